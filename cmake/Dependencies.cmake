@@ -1,0 +1,14 @@
+# What the library is built with. Each is looked for on the system first (script/bootstrap puts {fmt} into .deps), else
+# fetched as source of a pinned hash. All of it is header-only and ends up hidden inside the shared object.
+
+include(FetchContent)
+
+file(GLOB fmt_bootstrapped ${PROJECT_SOURCE_DIR}/.deps/fmt/usr/lib/*/cmake/fmt)
+find_package(fmt 7.1...<8 CONFIG QUIET HINTS ${fmt_bootstrapped})
+if(NOT fmt_FOUND)
+  FetchContent_Declare(fmt
+    URL https://github.com/fmtlib/fmt/archive/7.1.3.tar.gz
+    URL_HASH SHA256=5cae7072042b3043e12d53d50ef404bbb76949dad1de368d7f993a15c8c05ecc)
+  set(FMT_INSTALL OFF)
+  FetchContent_MakeAvailable(fmt)
+endif()

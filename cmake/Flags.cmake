@@ -1,0 +1,23 @@
+# Flags for this project's own code; they never reach the code of those who link the library.
+
+add_library(zarn_flags INTERFACE)
+target_compile_options(zarn_flags INTERFACE
+  -Wall -Wextra -Wconversion -Wshadow -Wpedantic
+  $<$<BOOL:${ZARN_UTILITY_WERROR}>:-Werror>)
+
+# Hardening that costs nothing.
+target_compile_options(zarn_flags INTERFACE -fstack-protector-strong)
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
+  target_compile_options(zarn_flags INTERFACE -fcf-protection)
+elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64|arm64")
+  target_compile_options(zarn_flags INTERFACE -mbranch-protection=standard)
+endif()
+
+if(ZARN_UTILITY_SANITIZE)
+  set(sanitize -fsanitize=${ZARN_UTILITY_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_compile_options(${sanitize})
+  add_link_options(${sanitize})
+else()
+  # Needs optimization; some distributions set it themselves, and then not always to the same level.
+  target_compile_options(zarn_flags INTERFACE $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>)
+endif()

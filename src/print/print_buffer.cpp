@@ -1,0 +1,104 @@
+#include "print_buffer.h"
+
+#include "../little_endian.h"
+
+namespace zarn::print {
+
+// The record crosses the exported interface: its layout may not change.
+static_assert(sizeof(bool) == 1 && sizeof(void*) == 8);
+static_assert(sizeof(PrintBufInfo) == 56);
+static_assert(offsetof(PrintBufInfo, printType) == 0);
+static_assert(offsetof(PrintBufInfo, is64Bit) == 4);
+static_assert(offsetof(PrintBufInfo, isFloat) == 5);
+static_assert(offsetof(PrintBufInfo, currentTime) == 8);
+static_assert(offsetof(PrintBufInfo, totalSize) == 12);
+static_assert(offsetof(PrintBufInfo, graphId) == 16);
+static_assert(offsetof(PrintBufInfo, kernelId) == 20);
+static_assert(offsetof(PrintBufInfo, instanceId) == 24);
+static_assert(offsetof(PrintBufInfo, subMask) == 32);
+static_assert(offsetof(PrintBufInfo, format) == 40);
+static_assert(offsetof(PrintBufInfo, data) == 48);
+
+namespace {
+
+// Byte offsets of the buffer's words; zarn_utility.h has the whole layout.
+constexpr std::size_t kHeaderWord = 0;
+constexpr std::size_t kCurrentTime = 4;
+constexpr std::size_t kTotalSize = 8;
+constexpr std::size_t kGraphId = 12;
+constexpr std::size_t kKernelId = 16;
+constexpr std::size_t kInstanceId = 20;
+constexpr std::size_t kSubmasks = 24;
+constexpr std::size_t kFormatOffset = 40;
+constexpr std::size_t kData = 44;
+
+constexpr std::uint32_t printTypeByKind[] = {0, 0, 1, 1, 0, 2, 3, 3, 1};
+constexpr std::uint32_t kMaxPrintKind = 8;
+constexpr std::uint32_t kMaxDataType = 7;
+constexpr std::uint32_t k64BitDataTypes = 0x18;  // bit n stands for data type n
+constexpr std::uint32_t kFloatDataTypes = 0x60;
+
+std::uint32_t word(const void* buffer, std::size_t offset) {
+  return loadU32(static_cast<const std::uint8_t*>(buffer) + offset);
+}
+
+}  // namespace
+
+std::uint32_t readIdentifier(const void* buffer, std::size_t size, std::size_t offset) {
+  if (buffer == nullptr || size < offset + 4) return 0xFFFFFFFF;
+  return word(buffer, offset);
+}
+
+InfoPtr readHeader(const void* buffer, std::size_t bufferSize, const char* stringTable, std::size_t stringTableSize) {
+  if (buffer == nullptr || bufferSize < ZARN_PRINT_BUFFER_MIN_SIZE) return nullptr;
+  if (stringTable == nullptr || stringTableSize <= word(buffer, kFormatOffset)) return nullptr;
+
+  const std::uint32_t headerWord = word(buffer, kHeaderWord);
+  const std::uint32_t printKind = headerWord & 0x1F;
+  const std::uint32_t dataType = headerWord >> 6 & 0x1F;
+  // The whole word counts: 0x20 is kind 0 and data type 0, both valid, and accepted; 0 is the same and is not.
+  if (headerWord == 0 || printKind > kMaxPrintKind || dataType > kMaxDataType) return nullptr;
+
+  const auto* bytes = static_cast<const std::uint8_t*>(buffer);
+  InfoPtr info(new PrintBufInfo());
+  info->printType = printTypeByKind[printKind];
+  info->is64Bit = (k64BitDataTypes >> dataType & 1) != 0;
+  info->isFloat = (kFloatDataTypes >> dataType & 1) != 0;
+  info->currentTime = word(buffer, kCurrentTime);
+  info->totalSize = word(buffer, kTotalSize);
+  info->graphId = word(buffer, kGraphId);
+  info->kernelId = word(buffer, kKernelId);
+  info->instanceId = word(buffer, kInstanceId);
+  info->subMask = reinterpret_cast<const std::uint32_t*>(bytes + kSubmasks);
+  info->format = stringTable + word(buffer, kFormatOffset);
+  info->data = reinterpret_cast<const std::uint32_t*>(bytes + kData);
+  return info;
+}
+
+std::uint32_t wordAt(const std::uint32_t* words, std::uint32_t index) {
+  return loadU32(reinterpret_cast<const std::uint8_t*>(words) + std::size_t{4} * index);
+}
+
+}  // namespace zarn::print
+
+std::uint32_t db_get_gid(const void* buffer, std::size_t size) {
+  return zarn::print::readIdentifier(buffer, size, zarn::print::kGraphId);
+}
+
+std::uint32_t db_get_kid(const void* buffer, std::size_t size) {
+  return zarn::print::readIdentifier(buffer, size, zarn::print::kKernelId);
+}
+
+std::uint32_t db_get_jid(const void* buffer, std::size_t size) {
+  return zarn::print::readIdentifier(buffer, size, zarn::print::kInstanceId);
+}
+
+PrintBufInfo* db_get_print_buffer_info(const void* buffer, std::size_t bufferSize, const char* stringTable,
+                                       std::size_t stringTableSize) {
+  return zarn::print::readHeader(buffer, bufferSize, stringTable, stringTableSize).release();
+}
+
+void db_free_print_buffer_info(PrintBufInfo** info) {
+  zarn::print::InfoDeleter()(*info);
+  *info = nullptr;
+}

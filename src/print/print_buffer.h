@@ -1,0 +1,31 @@
+// A print buffer's bytes and its checked header.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "zarn_utility.h"
+
+namespace zarn::print {
+
+inline constexpr std::uint32_t kThreads = 64;  // each with one value word, or two for 64-bit data
+inline constexpr std::uint32_t kPads = 8;
+inline constexpr std::uint32_t kValuesPerPad = 8;
+
+struct InfoDeleter {
+  void operator()(PrintBufInfo* info) const { delete info; }
+};
+
+using InfoPtr = std::unique_ptr<PrintBufInfo, InfoDeleter>;
+
+// The word at `offset`, or 0xFFFFFFFF where the buffer is null or ends before the word does.
+std::uint32_t readIdentifier(const void* buffer, std::size_t size, std::size_t offset);
+
+// The record, or null where the header is not acceptable.
+InfoPtr readHeader(const void* buffer, std::size_t bufferSize, const char* stringTable, std::size_t stringTableSize);
+
+// Word `index` of the record's value words or submask words, which are as unaligned as the caller's buffer is.
+std::uint32_t wordAt(const std::uint32_t* words, std::uint32_t index);
+
+}  // namespace zarn::print

@@ -1,0 +1,43 @@
+// What the code under test allocates, and inputs that lie in memory of exactly their size.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <string_view>
+
+// Allocations that were made and not given back, in the whole program.
+long liveAllocations();
+
+// Records the sizes that operator new is called with in this object's lifetime, "80 4[] 0[]" for one object and two
+// arrays.
+class AllocationLog {
+ public:
+  AllocationLog();
+  ~AllocationLog();
+  std::string text() const;
+};
+
+// A copy of `bytes` in an allocation of exactly their size, so that a sanitizer or valgrind sees any stray access;
+// `shift` bytes further on for an address that is not aligned.
+class ExactBytes {
+ public:
+  explicit ExactBytes(std::string_view bytes, std::size_t shift = 0)
+      : size_(bytes.size()), shift_(shift), memory_(new char[bytes.size() + shift]) {
+    if (size_ != 0) std::memcpy(memory_.get() + shift_, bytes.data(), size_);
+  }
+  const char* data() const { return memory_.get() + shift_; }
+  std::size_t size() const { return size_; }
+
+ private:
+  std::size_t size_;
+  std::size_t shift_;
+  std::unique_ptr<char[]> memory_;
+};
+
+// Writes the lowest `width` bytes of `value`, little-endian.
+inline void put(std::string& bytes, std::size_t offset, std::uint64_t value, std::size_t width) {
+  for (std::size_t i = 0; i < width; ++i) bytes.at(offset + i) = static_cast<char>(value >> 8 * i);
+}

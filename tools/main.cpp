@@ -1,0 +1,50 @@
+// The command line of zarn-utility.
+
+#include <zarn_utility.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
+
+#include "commands.h"
+
+namespace {
+
+const char* const kExitStatus =
+    "Exit status: 0 when every input was decoded, 1 when one could not be read or decoded, 2 for wrong usage.";
+
+int run(int argc, char** argv) {
+  CLI::App app("Makes sense of what a Zarn compute processor leaves behind.", "zarn-utility");
+  app.set_version_flag("--version", "zarn-utility " ZARN_UTILITY_VERSION);
+  app.footer(kExitStatus);
+  app.require_subcommand(1);
+
+  std::string stringTable;
+  tool::Names names;
+  const auto addInputs = [&names](CLI::App* command, const char* what) {
+    command->add_option(what, names, "Files to decode; - is standard input")->required()->type_name("");
+  };
+
+  auto* print = app.add_subcommand("print", "Show print buffers as text");
+  print->add_option("--strings", stringTable, "String table that the buffers' formats lie in")
+      ->required()
+      ->type_name("TABLE");
+  addInputs(print, "BUFFER");
+
+  try {
+    app.parse(argc, argv);
+    if (std::count(names.begin(), names.end(), "-") + (stringTable == "-") > 1) {
+      throw CLI::ValidationError("standard input can be named only once");
+    }
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() == 0) return tool::finish(app.exit(error));  // --help, --version
+    std::fprintf(stderr, "zarn-utility: %s (see zarn-utility --help)\n", error.what());
+    return tool::kWrongUsage;
+  }
+
+  return tool::printBuffers(stringTable, names);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) { return run(argc, argv); }
