@@ -84,6 +84,83 @@ void writePrints(const std::filesystem::path& directory) {
   write(directory / "strings.bin", strings);
 }
 
+// --------------------------------------------------------------------------------------------------------------------
+// Descriptor logs.
+
+struct Record {
+  std::uint32_t pc;
+  const char* tag;
+};
+
+// Appends entries to a ring as the device does.
+class LogWriter {
+ public:
+  LogWriter(std::size_t ringSize, std::size_t start) : ring_(ringSize, '\0'), at_(start) {}
+
+  // A header, `length` bytes counting up from `first`, and the records.
+  void entry(std::size_t units, std::size_t length, std::uint32_t first, const std::vector<Record>& records) {
+    const auto start = at_;
+    append(0x5453 | units << 16, 4);
+    for (std::size_t i = 0; i < length; ++i) append(first + i, 1);
+    for (const auto& record : records) {
+      append(record.pc, 4);
+      append(start, 2);
+      append(static_cast<std::uint8_t>(record.tag[0]), 1);
+      append(static_cast<std::uint8_t>(record.tag[1]), 1);
+    }
+  }
+
+  std::size_t writeOffset() const { return at_; }
+
+  Bytes finish(std::size_t total) const {
+    auto log = ring_ + Bytes(64, '\0');
+    put(log, ring_.size(), at_, 2);
+    put(log, ring_.size() + 4, total, 4);
+    return log;
+  }
+
+ private:
+  void append(std::uint64_t value, std::size_t width) {
+    for (std::size_t i = 0; i < width; ++i) {
+      ring_[at_] = static_cast<char>(value >> 8 * i);
+      at_ = (at_ + 1) % ring_.size();
+    }
+  }
+
+  Bytes ring_;
+  std::size_t at_;
+};
+
+void writeLogs(const std::filesystem::path& directory) {
+  LogWriter edma(192, 0x10);
+  edma.entry(1, 64, 0x80, {{0x1234, "ED"}});
+  write(directory / "edma.bin", edma.finish(edma.writeOffset()));
+
+  LogWriter glsu(256, 0);
+  glsu.entry(1, 64, 0, {{0x40, "ED"}});
+  glsu.entry(2, 128, 0x70, {{0x60, "GL"}});
+  write(directory / "glsu.bin", glsu.finish(glsu.writeOffset()));
+
+  LogWriter ringBuffer(1024, 0);
+  ringBuffer.entry(1, 64, 0, {{96, "ED"}});
+  ringBuffer.entry(1, 128, 0x20, {{608, "RB"}});
+  ringBuffer.entry(1, 128, 0x40, {{320, "NP"}, {352, "NP"}, {736, "EL"}, {740, "EL"}, {900, "RL"}});
+  ringBuffer.entry(0, 0, 0, {{1000, "RL"}});
+  write(directory / "ring-buffer-ate.bin", ringBuffer.finish(ringBuffer.writeOffset()));
+  auto damaged = ringBuffer.finish(ringBuffer.writeOffset());
+  put(damaged, ringBuffer.writeOffset() - 1, '?', 1);
+  write(directory / "damaged.bin", damaged);
+
+  LogWriter wrapped(256, 200);
+  wrapped.entry(1, 64, 0, {{77, "ED"}});
+  write(directory / "wrapped.bin", wrapped.finish(wrapped.writeOffset()));
+
+  // The descriptor's length does not fit into the log, so it is cut; and more was logged than the write offset shows.
+  LogWriter overSized(236, 0);
+  overSized.entry(2, 220, 0, {{5, "RB"}});
+  write(directory / "over-sized.bin", overSized.finish(1260));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -92,5 +169,6 @@ int main(int argc, char** argv) {
     return 2;
   }
   writePrints(std::filesystem::path(argv[1]) / "print");
+  writeLogs(std::filesystem::path(argv[1]) / "log");
   return 0;
 }

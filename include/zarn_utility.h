@@ -159,6 +159,138 @@ ZARN_UTILITY_API char* db_get_printf_string(const void* buffer, size_t bufferSiz
  */
 ZARN_UTILITY_API void db_free_printf_string(char** text);
 
+/* ============================================================================================================== */
+/*                                              Descriptor logs                                                   */
+/* ============================================================================================================== */
+
+/*
+ * A descriptor log is a ring of bytes, R = size - 64 of them, and a 64-byte trailer behind it. For every descriptor that
+ * it issues, the device appends an entry to the ring: a header, the descriptor, and one or more 8-byte records.
+ *
+ *   trailer offset  width  field
+ *                0      2  write offset W: the ring position just behind the newest record
+ *                2      2  not read
+ *                4      4  total descriptor log bytes used
+ *                8     56  not read
+ *
+ *   record offset   width  field
+ *                0      4  PC: the device program counter that the record belongs to
+ *                4      2  start offset: where the header of the record's entry lies, in bytes from the buffer's start
+ *                6      2  tag: "ED" eDMA, "GL" GLSU, "RB" RingBufferATE; and for a RingBufferATE entry with ring-buffer
+ *                          records "NP" next pointer, "EL" end, "RL" release
+ *
+ *   header offset   width  field
+ *                0      2  "ST"
+ *                2      2  descriptor length in units of 128 bytes (RingBufferATE) or 64 bytes (eDMA, GLSU)
+ *                4         the descriptor, which goes on at ring position 0 where the ring ends
+ *
+ * The oldest bytes of a ring are overwritten, so a log may hold anything. For any bytes and any size these functions
+ * read nothing outside the buffer, and every record they return holds: valid is 1; exactly one of isEdma, isGlsu and
+ * isRingBufferAte is 1; no array pointer is null; each array has exactly as many elements as its count says; a has-flag
+ * is 1 exactly when its count is not 0; the three counts add up to at most R / 8 + 1; descSize is at most size - 76, or
+ * below 8 MiB where size is below 76; without a descriptor, descSize is 0 and pc is 0xFFFFFFFF.
+ */
+
+/* One decoded entry of a descriptor log. */
+typedef struct DescBufInfo {
+  uint8_t valid;           /* 1 */
+  uint8_t overSized;       /* 1 when the trailer's total log bytes used differ from its write offset */
+  uint8_t isEdma;          /* the newest record's tag is "ED" */
+  uint8_t isGlsu;          /* "GL" */
+  uint8_t isRingBufferAte; /* "RB", "NP", "EL" or "RL" */
+  uint8_t hasRbNextPtr;    /* there are next-pointer records */
+  uint8_t hasRbEnd;        /* there are end records */
+  uint8_t hasRbRelease;    /* there are release records */
+  uint32_t totalLogUsed;   /* as the trailer has it */
+  uint32_t pc;             /* 0xFFFFFFFF when the entry has no descriptor header */
+  uint32_t descSize;       /* bytes in desc */
+  uint8_t* desc;           /* the descriptor */
+  uint32_t rbNextPtrCount; /* elements of rbNextPtrPcs */
+  uint32_t* rbNextPtrPcs;  /* PCs of the next-pointer records, oldest first */
+  uint32_t rbEndCount;     /* elements of rbEndPcs */
+  uint32_t* rbEndPcs;      /* PCs of the end records, oldest first */
+  uint32_t rbReleaseCount; /* elements of rbReleasePcs */
+  uint32_t* rbReleasePcs;  /* PCs of the release records, oldest first */
+} DescBufInfo;
+
+/*
+ * db_get_desc_buffer_info() - decode the newest entry of a descriptor log
+ *
+ * buffer  the log; may be null
+ * size    its size in bytes
+ *
+ * Returns a record to give back with db_free_desc_buffer_info(). Its arrays are the record's own, copied out of the log.
+ * Returns null, and allocates nothing, when buffer is null, size is below 65, or there is no entry that can be decoded:
+ * the tag at the write offset is unknown, a start offset lies outside the buffer, there is neither a descriptor header
+ * nor a ring-buffer record, or size is below 128 and the descriptor's length above size - 76.
+ *
+ * In a damaged log a ring-buffer record can be met that was not counted; its PC is dropped. A slot of a PC array that no
+ * record fills holds 0.
+ */
+ZARN_UTILITY_API DescBufInfo* db_get_desc_buffer_info(const void* buffer, uint64_t size);
+
+/*
+ * db_free_desc_buffer_info() - release a record with its arrays and set the caller's pointer to null
+ *
+ * info  address of the caller's pointer. Neither may be null; the record's array pointers may be
+ */
+ZARN_UTILITY_API void db_free_desc_buffer_info(DescBufInfo** info);
+
+/*
+ * db_get_desc_buffer_info_array() - decode the entries of a descriptor log from the newest backwards
+ *
+ * buffer  the log; may be null
+ * size    its size in bytes
+ * count   receives the number of records; not null. It is written several times before the call returns
+ *
+ * Returns an array of *count records, newest first, to give back with db_free_desc_buffer_info_array(). The walk ends
+ * quietly before the first entry that can't be decoded, when the log's bytes are used up, or after R / 76 records; the
+ * array may be empty, but is not null then. Always empty when R is below 76. Returns null, and leaves *count alone, when
+ * buffer is null or size is below 65.
+ *
+ * Cost: entries of a damaged log can refer to each other in a circle, and the walk then decodes the same bytes again, up
+ * to R / 76 times. With n = R / 8 ring-buffer records in each, time and memory grow with the square of the log: at most
+ * R / 76 records of R / 8 + 1 PCs, that is R * R / 152 bytes and a little more (28 MB for a log of 64 KiB).
+ */
+ZARN_UTILITY_API DescBufInfo** db_get_desc_buffer_info_array(const void* buffer, uint64_t size, uint32_t* count);
+
+/*
+ * db_free_desc_buffer_info_array() - release an array of records
+ *
+ * array  what db_get_desc_buffer_info_array() returned; may be null when count is below 1
+ * count  the count it reported; any other number releases too little or too much, and nothing guards against that
+ *
+ * The caller's pointer is not changed.
+ */
+ZARN_UTILITY_API void db_free_desc_buffer_info_array(DescBufInfo** array, int32_t count);
+
+/*
+ * db_get_desc_string() - report on the newest entry of a descriptor log
+ *
+ * buffer, size  as for db_get_desc_buffer_info()
+ *
+ * Returns the NUL-terminated report to give back with db_free_desc_string(), in an array of exactly its length plus one;
+ * or null in the cases in which db_get_desc_buffer_info() returns null.
+ */
+ZARN_UTILITY_API char* db_get_desc_string(const void* buffer, uint64_t size);
+
+/*
+ * db_get_desc_string_array() - report on all entries of a descriptor log, newest first
+ *
+ * buffer, size  as for db_get_desc_buffer_info_array(), and so is the cost
+ *
+ * Returns the NUL-terminated report to give back with db_free_desc_string(), in an array of exactly its length plus one.
+ * Never null: where nothing can be decoded the text is empty.
+ */
+ZARN_UTILITY_API char* db_get_desc_string_array(const void* buffer, uint64_t size);
+
+/*
+ * db_free_desc_string() - release a report and set the caller's pointer to null
+ *
+ * text  address of the caller's pointer, not null itself; the pointer may be null
+ */
+ZARN_UTILITY_API void db_free_desc_string(char** text);
+
 #ifdef __cplusplus
 }
 #endif

@@ -7,20 +7,11 @@
 #include <cstdio>
 #include <cstring>
 #include <functional>
-#include <memory>
 
 #include "input.h"
 
 namespace tool {
 namespace {
-
-// A text of the library's, released by the function that belongs to it.
-using TextPtr = std::unique_ptr<char, void (*)(char*)>;
-
-struct Decoded {
-  TextPtr text;         // null where there is a problem
-  std::string problem;  // what is wrong with the input
-};
 
 std::uint32_t wordAt(const Bytes& bytes, std::size_t offset) {
   std::uint32_t word = 0;
@@ -33,26 +24,25 @@ std::string tooShort(const Bytes& bytes, const char* what, std::size_t needed) {
          std::to_string(needed - bytes.size()) + " missing";
 }
 
-// Decodes each input and writes its text, under its name where there are several.
-int decodeAll(const Names& names, const std::function<Decoded(const Bytes&)>& decode) {
+// Decodes each input with `decode`, which returns what is wrong, or nothing at all.
+int decodeAll(const Names& names, const std::function<std::string(const std::string& name, const Bytes&)>& decode) {
   int status = kDone;
   for (const auto& name : names) {
     Bytes bytes;
     auto problem = bytes.read(name);
-    if (problem.empty()) {
-      const auto decoded = decode(bytes);
-      problem = decoded.problem;
-      if (decoded.text != nullptr) {
-        if (names.size() > 1) std::printf("==> %s <==\n", name.c_str());
-        std::fputs(decoded.text.get(), stdout);
-      }
-    }
+    if (problem.empty()) problem = decode(name, bytes);
     if (!problem.empty()) {
       complain(name, problem);
       status = kBadInput;
     }
   }
   return finish(status);
+}
+
+// Writes a text, under the name of its input where there are several.
+void show(const Names& names, const std::string& name, const char* text) {
+  if (names.size() > 1) std::printf("==> %s <==\n", name.c_str());
+  std::fputs(text, stdout);
 }
 
 // Why the library does not take a print buffer.
@@ -69,6 +59,14 @@ std::string printBufferProblem(const Bytes& buffer, const Bytes& stringTable) {
   return "unknown data type " + std::to_string(headerWord >> 6 & 0x1F);
 }
 
+// Why the library finds no entry in a descriptor log.
+std::string logProblem(const Bytes& log, bool isAll) {
+  const std::size_t needed = isAll ? 140 : 65;
+  if (log.size() < needed) return tooShort(log, isAll ? "a descriptor log with --all" : "a descriptor log", needed);
+  const auto writeOffset = wordAt(log, log.size() - 64) & 0xFFFF;
+  return "no entry can be decoded at write offset " + std::to_string(writeOffset);
+}
+
 }  // namespace
 
 int printBuffers(const std::string& stringTable, const Names& buffers) {
@@ -77,13 +75,23 @@ int printBuffers(const std::string& stringTable, const Names& buffers) {
     complain(stringTable, problem);
     return kBadInput;
   }
-  return decodeAll(buffers, [&table](const Bytes& buffer) {
+  return decodeAll(buffers, [&](const std::string& name, const Bytes& buffer) {
     // The library reads a format up to its NUL; the one behind the table's bytes ends a last string that lacks its own.
-    Decoded decoded{{db_get_printf_string(buffer.data(), buffer.size(), table.data(), table.size()),
-                     [](char* text) { db_free_printf_string(&text); }},
-                    {}};
-    if (decoded.text == nullptr) decoded.problem = printBufferProblem(buffer, table);
-    return decoded;
+    char* text = db_get_printf_string(buffer.data(), buffer.size(), table.data(), table.size());
+    if (text == nullptr) return printBufferProblem(buffer, table);
+    show(buffers, name, text);
+    db_free_printf_string(&text);
+    return std::string();
+  });
+}
+
+int reportLogs(bool isAll, const Names& logs) {
+  return decodeAll(logs, [&](const std::string& name, const Bytes& log) {
+    char* text = (isAll ? db_get_desc_string_array : db_get_desc_string)(log.data(), log.size());
+    const bool isEmpty = text == nullptr || *text == '\0';
+    if (!isEmpty) show(logs, name, text);
+    db_free_desc_string(&text);
+    return isEmpty ? logProblem(log, isAll) : std::string();
   });
 }
 

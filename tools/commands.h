@@ -11,6 +11,7 @@ enum ExitStatus { kDone = 0, kBadInput = 1, kWrongUsage = 2 };
 using Names = std::vector<std::string>;
 
 int printBuffers(const std::string& stringTable, const Names& buffers);
+int reportLogs(bool isAll, const Names& logs);
 
 // One line on standard error.
 void complain(const std::string& name, const std::string& problem);

@@ -31,6 +31,11 @@ int run(int argc, char** argv) {
       ->type_name("TABLE");
   addInputs(print, "BUFFER");
 
+  bool isAll = false;
+  auto* log = app.add_subcommand("log", "Report on descriptor logs");
+  log->add_flag("--all", isAll, "Every entry from the newest backwards, not only the newest");
+  addInputs(log, "LOG");
+
   try {
     app.parse(argc, argv);
     if (std::count(names.begin(), names.end(), "-") + (stringTable == "-") > 1) {
@@ -42,7 +47,7 @@ int run(int argc, char** argv) {
     return tool::kWrongUsage;
   }
 
-  return tool::printBuffers(stringTable, names);
+  return print->parsed() ? tool::printBuffers(stringTable, names) : tool::reportLogs(isAll, names);
 }
 
 }  // namespace

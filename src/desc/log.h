@@ -1,0 +1,85 @@
+// The bytes of a descriptor log: a ring of records and descriptors, then a 64-byte trailer.
+//
+//   trailer offset  width  field
+//                0      2  write offset W: the ring position just behind the newest record
+//                4      4  total descriptor log bytes used
+//
+//   record offset   width  field
+//                0      4  PC
+//                4      2  start offset: the buffer offset of the descriptor header of the record's entry
+//                6      2  tag
+//
+//   header offset   width  field
+//                0      2  0x5453 ("ST")
+//                2      2  descriptor length in units
+//                4         the descriptor, which goes on at ring position 0 where the ring ends
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <optional>
+
+#include "../little_endian.h"
+
+namespace zarn::desc {
+
+class Log {
+ public:
+  // Whether there is a trailer and at least one byte of ring.
+  static bool isReadable(const void* buffer, std::uint64_t size) { return buffer != nullptr && size > kTrailerSize; }
+
+  // `buffer` and `size` are readable and outlive this object.
+  Log(const void* buffer, std::uint64_t size)
+      : bytes_(static_cast<const std::uint8_t*>(buffer)),
+        size_(size),
+        ringSize_(static_cast<std::uint32_t>(size - kTrailerSize)) {}
+
+  std::uint64_t size() const { return size_; }
+
+  // 32 bits, as the device counts; 0 for some sizes above 4 GiB, and such a ring has no positions to read at.
+  std::uint32_t ringSize() const { return ringSize_; }
+
+  std::uint16_t writeOffset() const { return loadU16(bytes_ + (size_ - kTrailerSize)); }
+  std::uint32_t totalUsed() const { return loadU32(bytes_ + (size_ - kTrailerSize) + 4); }
+
+  // A position below zero has wrapped modulo 2^32 by the time it is reduced here. That is the device's rule, also for a
+  // ring whose length does not divide 2^32: then -2 is not the last position but one. It is meant and has to stay.
+  std::uint32_t ring(std::uint32_t position) const { return position < ringSize_ ? position : position % ringSize_; }
+
+  // The word whose first byte lies at ring(position). The others follow it in the buffer, not in the ring: the trailer
+  // behind the ring keeps them inside the buffer.
+  std::uint8_t u8(std::uint32_t position) const { return bytes_[ring(position)]; }
+  std::uint16_t u16(std::uint32_t position) const { return loadU16(bytes_ + ring(position)); }
+  std::uint32_t u32(std::uint32_t position) const { return loadU32(bytes_ + ring(position)); }
+
+  // The length in units that the descriptor header at buffer offset `start` gives, if there is a header.
+  std::optional<std::uint16_t> descriptorUnits(std::uint16_t start) const {
+    if (start > size_ - 4 || loadU16(bytes_ + start) != kHeaderMark) return std::nullopt;
+    return loadU16(bytes_ + start + 2);
+  }
+
+  // Copies `count` bytes from ring(position) on, in whole runs; a count beyond the ring's length goes round again.
+  void copy(std::uint32_t position, std::uint32_t count, std::uint8_t* out) const {
+    while (count > 0) {
+      const std::uint32_t at = ring(position);
+      // A run ends with the ring, or where the position itself wraps.
+      const std::uint64_t positionsLeft = (std::uint64_t{1} << 32) - position;
+      const auto run = static_cast<std::uint32_t>(std::min<std::uint64_t>({count, ringSize_ - at, positionsLeft}));
+      std::memcpy(out, bytes_ + at, run);
+      out += run;
+      count -= run;
+      position += run;
+    }
+  }
+
+ private:
+  static constexpr std::uint64_t kTrailerSize = 64;
+  static constexpr std::uint16_t kHeaderMark = 0x5453;
+
+  const std::uint8_t* bytes_;
+  std::uint64_t size_;
+  std::uint32_t ringSize_;
+};
+
+}  // namespace zarn::desc
