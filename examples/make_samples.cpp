@@ -161,6 +161,21 @@ void writeLogs(const std::filesystem::path& directory) {
   write(directory / "over-sized.bin", overSized.finish(1260));
 }
 
+// --------------------------------------------------------------------------------------------------------------------
+// Kernel binaries: parcels of 16 bits. 0x0013 heads a word, 0x0001 is a short, 0x001F heads a bundle of three parcels.
+
+void writeKernels(const std::filesystem::path& directory) {
+  const auto kernel = [&directory](const char* name, const std::vector<std::uint16_t>& parcels) {
+    Bytes bytes(2 * parcels.size(), '\0');
+    for (std::size_t i = 0; i < parcels.size(); ++i) put(bytes, 2 * i, parcels[i], 2);
+    write(directory / name, bytes);
+  };
+  kernel("with-edma.bin", {0x0013, 0x0000, 0x0001, 0x001F, 0x0040, 0xF900});
+  kernel("without-edma.bin", {0x0013, 0x0000, 0x0001, 0x001F, 0x0040, 0xF800});
+  // The marker "prot" ends the instructions; what follows is not looked at.
+  kernel("stopped.bin", {0x0013, 0x0000, 0x7270, 0x746F, 0x001F, 0x0040, 0xF900});
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -170,5 +185,6 @@ int main(int argc, char** argv) {
   }
   writePrints(std::filesystem::path(argv[1]) / "print");
   writeLogs(std::filesystem::path(argv[1]) / "log");
+  writeKernels(std::filesystem::path(argv[1]) / "kernel");
   return 0;
 }

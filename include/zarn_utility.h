@@ -291,6 +291,36 @@ ZARN_UTILITY_API char* db_get_desc_string_array(const void* buffer, uint64_t siz
  */
 ZARN_UTILITY_API void db_free_desc_string(char** text);
 
+/* ============================================================================================================== */
+/*                                             Kernel binaries                                                    */
+/* ============================================================================================================== */
+
+/*
+ * clc_bin_compute_checksum() - checksum of a kernel binary: XXH64 with seed 0
+ *
+ * bytes   the binary; may be null when length is 0
+ * length  its size in bytes
+ * out     receives the checksum; not null
+ *
+ * Returns the checksum. There is no failure: every range of bytes has one, the empty one too.
+ */
+ZARN_UTILITY_API uint64_t clc_bin_compute_checksum(const void* bytes, uint64_t length, uint64_t* out);
+
+/*
+ * clc_bin_has_edma_instr() - whether a kernel binary contains an eDMA instruction
+ *
+ * Walks the instruction stream from its first byte up to the first eDMA instruction, the stop marker ("prot" where an
+ * instruction begins, with at least one byte behind it), or the end. An eDMA instruction is the final slot of a bundle,
+ * two parcels (32 bits) wide, with bits 6, 24, 27, 28, 29, 30 and 31 set.
+ *
+ * bytes   the binary; may be null when length is below 1
+ * length  its size in bytes
+ *
+ * Returns 1 when there is an eDMA instruction, else 0, also when length is below 1. The stream is not validated: every
+ * byte pattern is some instruction. One that is cut off by the end is completed with zeros.
+ */
+ZARN_UTILITY_API int32_t clc_bin_has_edma_instr(const void* bytes, int64_t length);
+
 #ifdef __cplusplus
 }
 #endif

@@ -3,6 +3,7 @@
 #include <zarn_utility.h>
 
 #include <cerrno>
+#include <cinttypes>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -67,6 +68,20 @@ std::string logProblem(const Bytes& log, bool isAll) {
   return "no entry can be decoded at write offset " + std::to_string(writeOffset);
 }
 
+bool hasEdma(const Bytes& kernel) {
+  return clc_bin_has_edma_instr(kernel.data(), static_cast<std::int64_t>(kernel.size())) == 1;
+}
+
+// As the usual checksum tools do: a line with a name that would break it begins with a backslash.
+std::string escaped(const std::string& name) {
+  std::string text;
+  for (const char c : name) {
+    if (c == '\n' || c == '\\') text += '\\';
+    text += c == '\n' ? 'n' : c;
+  }
+  return text;
+}
+
 }  // namespace
 
 int printBuffers(const std::string& stringTable, const Names& buffers) {
@@ -93,6 +108,27 @@ int reportLogs(bool isAll, const Names& logs) {
     db_free_desc_string(&text);
     return isEmpty ? logProblem(log, isAll) : std::string();
   });
+}
+
+int checkKernels(const Names& kernels) {
+  return decodeAll(kernels, [](const std::string& name, const Bytes& kernel) {
+    std::uint64_t checksum = 0;
+    clc_bin_compute_checksum(kernel.data(), kernel.size(), &checksum);
+    const bool isEscaped = name.find_first_of("\\\n") != std::string::npos;
+    std::printf("%s%016" PRIx64 "  %-7s  %s\n", isEscaped ? "\\" : "", checksum, hasEdma(kernel) ? "edma" : "no-edma",
+                isEscaped ? escaped(name).c_str() : name.c_str());
+    return std::string();
+  });
+}
+
+int lookForEdma(const Names& kernels) {
+  bool isFound = false;
+  const int status = decodeAll(kernels, [&isFound](const std::string&, const Bytes& kernel) {
+    isFound = isFound || hasEdma(kernel);
+    return std::string();
+  });
+  if (status != kDone) return kTrouble;
+  return isFound ? kFound : kNotFound;
 }
 
 void complain(const std::string& name, const std::string& problem) {

@@ -36,6 +36,12 @@ int run(int argc, char** argv) {
   log->add_flag("--all", isAll, "Every entry from the newest backwards, not only the newest");
   addInputs(log, "LOG");
 
+  bool isQuiet = false;
+  auto* kernel = app.add_subcommand("kernel", "Checksum kernel binaries and look for eDMA instructions");
+  kernel->add_flag("-q,--quiet", isQuiet,
+                   "Write nothing; exit status 0: a kernel has an eDMA instruction, 1: none has, 2: trouble");
+  addInputs(kernel, "BINARY");
+
   try {
     app.parse(argc, argv);
     if (std::count(names.begin(), names.end(), "-") + (stringTable == "-") > 1) {
@@ -47,7 +53,9 @@ int run(int argc, char** argv) {
     return tool::kWrongUsage;
   }
 
-  return print->parsed() ? tool::printBuffers(stringTable, names) : tool::reportLogs(isAll, names);
+  if (print->parsed()) return tool::printBuffers(stringTable, names);
+  if (log->parsed()) return tool::reportLogs(isAll, names);
+  return isQuiet ? tool::lookForEdma(names) : tool::checkKernels(names);
 }
 
 }  // namespace

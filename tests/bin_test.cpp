@@ -1,0 +1,126 @@
+// Kernel binaries: checksums against values of xxhsum, and the scan over every form of bundle.
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <vector>
+
+#include "allocations.h"
+#include "zarn_utility.h"
+
+namespace {
+
+std::uint64_t checksum(const std::string& bytes) {
+  const ExactBytes exact(bytes, 1);
+  std::uint64_t stored = 0;
+  const std::uint64_t returned = clc_bin_compute_checksum(exact.data(), exact.size(), &stored);
+  EXPECT_EQ(returned, stored);
+  return returned;
+}
+
+TEST(Checksum, EqualsTheRecordedValues) {
+  EXPECT_EQ(checksum("a"), 0xD24EC4F1A98C6E5B);
+  EXPECT_EQ(checksum("abc"), 0x44BC2CF5AD770999);
+  std::uint64_t stored = 0;
+  EXPECT_EQ(clc_bin_compute_checksum(nullptr, 0, &stored), 0xEF46DB3751D8E999);
+
+  std::ifstream values(XXH64_VALUES);
+  std::size_t length = 0;
+  std::uint64_t value = 0;
+  int compared = 0;
+  for (std::string line; std::getline(values, line);) {
+    if (std::sscanf(line.c_str(), "%zu %lx", &length, &value) != 2) continue;
+    std::string bytes(length, '\0');
+    for (std::size_t i = 0; i < length; ++i) bytes[i] = static_cast<char>(i);
+    EXPECT_EQ(checksum(bytes), value) << length;
+    ++compared;
+  }
+  EXPECT_EQ(compared, 66);
+}
+
+int scan(const std::string& bytes) {
+  const ExactBytes exact(bytes);
+  return clc_bin_has_edma_instr(exact.data(), static_cast<std::int64_t>(exact.size()));
+}
+
+std::string hex(const std::string& digits) {
+  std::string bytes;
+  for (std::size_t i = 0; i + 1 < digits.size(); i += 3) {
+    bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
+  }
+  return bytes;
+}
+
+TEST(EdmaScan, KnownStreams) {
+  const struct {
+    const char* bytes;
+    int expected;
+  } rows[] = {
+      {"1F 00 40 00 00 F9", 1},
+      {"1F 00 40 00 00 F8", 0},
+      {"1F 00 BF FF FF FF", 0},
+      {"1F 00 FF FF FF FF", 1},
+      {"9F 00 40 00 00 F9", 0},  // a counted slot leaves one parcel
+      {"BF 00 00 00 40 00 00 F9", 1},
+      {"FF 02 00 00 00 00 40 00 00 F9", 1},
+      {"13 00 00 00 1F 00 40 00 00 F9", 1},
+      {"13 00 70 72 6F 74 00 00 1F 00 40 00 00 F9", 1},  // the marker's bytes, but inside two words
+      {"13 00 00 00 70 72 6F 74 1F 00 40 00 00 F9", 0},
+      {"70 72 6F 74 00 00 1F 00 40 00 00 F9", 0},
+      {"70 72 6F 75 1F 00 40 00 00 F9", 0},
+      {"70 72 6F 75 00 00 1F 00 40 00 00 F9", 1},
+      {"70 72 6F 74", 0},
+      {"3B 00 40 00 00 F9 00 00", 0},
+      {"5F 00 40 00 00 F9 00 00", 0},
+      {"40 00 00 F9", 0},
+      {"1F", 0},
+      {"7F", 0},
+  };
+  for (const auto& row : rows) EXPECT_EQ(scan(hex(row.bytes)), row.expected) << row.bytes;
+  for (const std::int64_t length : {std::int64_t{0}, std::int64_t{-1}, INT64_MIN}) {
+    EXPECT_EQ(clc_bin_has_edma_instr(nullptr, length), 0);
+  }
+}
+
+// Every opcode, length extension and count of the three slots, with the pattern at every parcel of the bundle.
+TEST(EdmaScan, OnlyAFinalSlotOfTwoParcelsCounts) {
+  const auto check = [](unsigned opcode, unsigned extension, unsigned length) {
+    for (unsigned slots = 0; slots < 64; ++slots) {
+      const unsigned a = slots & 3, b = slots >> 2 & 3, c = slots >> 4;
+      const unsigned counted = a + b + c;
+      for (unsigned at = 2; at + 4 <= length; at += 2) {
+        std::string bundle(length, '\0');
+        put(bundle, 0, opcode | a << 7 | b << 9 | (c & 1) << 11 | extension << 12 | c >> 1 << 15, 2);
+        put(bundle, at, 0xF9000040, 4);
+        const bool expected = length == 2 + 2 * counted + 4 && at == 2 + 2 * counted;
+        ASSERT_EQ(scan(bundle), expected) << opcode << ' ' << slots << ' ' << at;
+        ASSERT_EQ(scan(std::string(26, '\1') + bundle), expected);
+      }
+    }
+  };
+  for (unsigned extension = 0; extension < 8; ++extension) {
+    check(31, extension, 6);
+    check(59, extension, 4);
+    check(63, extension, 8);
+    check(127, extension, 10 + 2 * extension);
+  }
+}
+
+TEST(EdmaScan, StopsAtTheEndWhereverItFalls) {
+  const auto bundle = hex("FF 02 00 00 00 00 40 00 00 F9");
+  for (std::size_t shorts = 0; shorts < 30; ++shorts) {
+    const auto stream = std::string(2 * shorts, '\0') + bundle;
+    for (std::size_t length = 0; length <= stream.size(); ++length) {
+      ASSERT_EQ(scan(stream.substr(0, length)), length == stream.size()) << shorts << ' ' << length;
+    }
+    for (std::size_t marker = 0; marker < 2 * shorts; marker += 2) {
+      auto marked = std::string(2 * shorts + 4, '\0') + bundle;
+      marked.replace(marker, 4, "prot");
+      ASSERT_EQ(scan(marked), 0) << shorts << ' ' << marker;
+      marked[marker + 2] = '\0';
+      ASSERT_EQ(scan(marked), 1) << shorts << ' ' << marker;
+    }
+  }
+}
+
+}  // namespace
