@@ -8,6 +8,7 @@
 namespace {
 
 struct Allocation {
+  void* memory;
   std::size_t size;
   bool isArray;
 };
@@ -16,16 +17,25 @@ std::atomic<long> live = 0;
 std::atomic<bool> isRecording = false;
 Allocation recorded[256];
 std::atomic<std::size_t> recordedCount = 0;
+std::atomic<std::size_t> lastArraySize = 0;
 
 void* allocate(std::size_t size, bool isArray) {
+  void* memory = std::malloc(size == 0 ? 1 : size);
+  if (memory == nullptr) std::abort();
   ++live;
-  if (isRecording && recordedCount < std::size(recorded)) recorded[recordedCount++] = {size, isArray};
-  if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
-  std::abort();
+  if (isArray) lastArraySize = size;
+  if (isRecording && recordedCount < std::size(recorded)) recorded[recordedCount++] = {memory, size, isArray};
+  return memory;
 }
 
-void release(void* memory) {
+// What was recorded has to be given back by the kind of delete that belongs to it.
+void release(void* memory, bool isArray) {
   if (memory != nullptr) --live;
+  for (std::size_t i = 0; i < recordedCount; ++i) {
+    if (recorded[i].memory != memory) continue;
+    if (recorded[i].isArray != isArray) std::abort();
+    recorded[i].memory = nullptr;
+  }
   std::free(memory);
 }
 
@@ -33,15 +43,18 @@ void release(void* memory) {
 
 void* operator new(std::size_t size) { return allocate(size, false); }
 void* operator new[](std::size_t size) { return allocate(size, true); }
-void operator delete(void* memory) noexcept { release(memory); }
-void operator delete[](void* memory) noexcept { release(memory); }
-void operator delete(void* memory, std::size_t) noexcept { release(memory); }
-void operator delete[](void* memory, std::size_t) noexcept { release(memory); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return allocate(size, false); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return allocate(size, true); }
+void operator delete(void* memory) noexcept { release(memory, false); }
+void operator delete[](void* memory) noexcept { release(memory, true); }
+void operator delete(void* memory, std::size_t) noexcept { release(memory, false); }
+void operator delete[](void* memory, std::size_t) noexcept { release(memory, true); }
 
 long liveAllocations() { return live; }
 
 AllocationLog::AllocationLog() {
   recordedCount = 0;
+  lastArraySize = 0;
   isRecording = true;
 }
 
@@ -57,3 +70,5 @@ std::string AllocationLog::text() const {
   }
   return text;
 }
+
+std::size_t AllocationLog::lastSize() const { return lastArraySize; }

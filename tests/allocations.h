@@ -18,6 +18,7 @@ class AllocationLog {
   AllocationLog();
   ~AllocationLog();
   std::string text() const;
+  std::size_t lastSize() const;  // of the newest array; 0 where there is none
 };
 
 // A copy of `bytes` in an allocation of exactly their size, so that a sanitizer or valgrind sees any stray access;

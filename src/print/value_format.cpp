@@ -63,8 +63,8 @@ class FormatCleaner {
 
  private:
   // snprintf() of a hexadecimal float fails where the text would be longer than INT_MAX, and {fmt} then tries again with
-  // more and more memory, for ever. This leaves room for what is not precision.
-  static constexpr long long kMaxHexFloatPrecision = INT_MAX - 64;
+  // more and more memory, for ever. "0x1." and an exponent like "p-149" have to fit as well.
+  static constexpr long long kMaxHexFloatPrecision = INT_MAX - 9;
 
   char peek() const { return at_ < format_.size() ? format_[at_] : '\0'; }
 

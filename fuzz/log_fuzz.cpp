@@ -1,0 +1,143 @@
+// Descriptor logs. An input is a list of instructions that grow a plausible log and then damage it, so that most inputs
+// decode to something.
+
+#include <cstring>
+
+#include "fuzz.h"
+#include "zarn_utility.h"
+
+namespace {
+
+class LogMaker {
+ public:
+  explicit LogMaker(Input input) {
+    const std::uint32_t size = 65 + input.word(2) % (input.byte() % 4 == 0 ? 200 : 4000);
+    ring_ = size - 64;
+    log_.resize(size);
+    at_ = start_ = input.byte() % ring_;
+    std::uint32_t total = 0;
+    while (!input.isEmpty()) {
+      const std::uint8_t instruction = input.byte();
+      if (instruction < 0x60) {
+        entry(instruction % 6, instruction / 6 % 5);
+      } else if (instruction < 0xB0) {
+        record(instruction % 6, instruction);
+      } else if (instruction < 0xD0) {
+        start_ = input.word(2) % (size + 2);  // later records refer to somewhere else
+      } else if (instruction < 0xF0) {
+        log_[input.word(2) % size] = static_cast<char>(input.byte());
+      } else {
+        total += instruction;
+      }
+    }
+    put(log_, size - 64, at_, 2);
+    put(log_, size - 60, at_ + total, 4);
+  }
+
+  const std::string& log() const { return log_; }
+
+ private:
+  void append(std::uint32_t value, int width) {
+    for (int i = 0; i < width; ++i) {
+      log_[at_] = static_cast<char>(value >> 8 * i);
+      at_ = (at_ + 1) % ring_;
+    }
+  }
+
+  void record(std::uint32_t tag, std::uint32_t pc) {
+    append(pc, 4);
+    append(start_, 2);
+    append(static_cast<std::uint8_t>("EGRNER"[tag]), 1);
+    append(static_cast<std::uint8_t>("DLBPLL"[tag]), 1);
+  }
+
+  void entry(std::uint32_t tag, std::uint32_t units) {
+    start_ = at_;
+    append(0x5453 | units << 16, 4);
+    at_ = (at_ + units * (tag < 2 ? 64 : 128)) % ring_;
+    record(tag, units);
+  }
+
+  std::string log_;
+  std::uint32_t ring_;
+  std::uint32_t at_;
+  std::uint32_t start_;
+};
+
+bool areEqual(const std::uint32_t* a, const std::uint32_t* b, std::uint32_t count) {
+  return count == 0 || std::memcmp(a, b, std::size_t{4} * count) == 0;
+}
+
+void requireEqual(const DescBufInfo& a, const DescBufInfo& b) {
+  REQUIRE(std::memcmp(&a, &b, offsetof(DescBufInfo, descSize) + sizeof a.descSize) == 0);
+  REQUIRE(a.rbNextPtrCount == b.rbNextPtrCount && areEqual(a.rbNextPtrPcs, b.rbNextPtrPcs, a.rbNextPtrCount));
+  REQUIRE(a.rbEndCount == b.rbEndCount && areEqual(a.rbEndPcs, b.rbEndPcs, a.rbEndCount));
+  REQUIRE(a.rbReleaseCount == b.rbReleaseCount && areEqual(a.rbReleasePcs, b.rbReleasePcs, a.rbReleaseCount));
+  REQUIRE(a.descSize == 0 || std::memcmp(a.desc, b.desc, a.descSize) == 0);
+}
+
+// What the public header promises of every record.
+void requireValid(const DescBufInfo& info, std::size_t size) {
+  REQUIRE(info.valid == 1 && info.isEdma + info.isGlsu + info.isRingBufferAte == 1);
+  REQUIRE(info.desc && info.rbNextPtrPcs && info.rbEndPcs && info.rbReleasePcs);
+  REQUIRE(info.hasRbNextPtr == (info.rbNextPtrCount != 0) && info.hasRbEnd == (info.rbEndCount != 0) &&
+          info.hasRbRelease == (info.rbReleaseCount != 0));
+  REQUIRE(std::uint64_t{info.rbNextPtrCount} + info.rbEndCount + info.rbReleaseCount <= (size - 64) / 8 + 1);
+  REQUIRE(info.descSize <= (size < 76 ? 65535 * 128 : size - 76));
+}
+
+void replaceAll(std::string& text, const std::string& from, const std::string& to) {
+  for (auto at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
+    text.replace(at, from.size(), to);
+  }
+}
+
+// The array report begins with the single report, but for its section line and two labels.
+void requireAgreement(std::string single, const std::string& all) {
+  replaceAll(single, "\nPC : ", "\n\nDescBufInfo 0 in Array :\nPC: ");
+  replaceAll(single, "qel_rb_next_ptr PC[", "qel_next_ptr PC[");
+  REQUIRE(all.starts_with(single));
+}
+
+void checkRecords(const ExactBytes& log, const DescBufInfo* info) {
+  std::uint32_t count = 0;
+  DescBufInfo** array = db_get_desc_buffer_info_array(log.data(), log.size(), &count);
+  REQUIRE(array != nullptr && count <= (log.size() - 64) / 76);
+  REQUIRE((count != 0) == (info != nullptr && log.size() >= 140));
+  if (info != nullptr) requireValid(*info, log.size());
+  if (count != 0) requireEqual(*info, *array[0]);
+  for (std::uint32_t i = 0; i < count; ++i) {
+    requireValid(*array[i], log.size());
+    REQUIRE(array[i]->overSized == info->overSized && array[i]->totalLogUsed == info->totalLogUsed);
+  }
+  db_free_desc_buffer_info_array(array, static_cast<std::int32_t>(count));
+}
+
+void checkReports(const ExactBytes& log, bool isDecoded) {
+  const auto all = textOf([&log] { return db_get_desc_string_array(log.data(), log.size()); }, db_free_desc_string);
+  REQUIRE(all.empty() == (!isDecoded || log.size() < 140));
+  if (!isDecoded) {
+    REQUIRE(db_get_desc_string(log.data(), log.size()) == nullptr);
+    return;
+  }
+  const auto single = textOf([&log] { return db_get_desc_string(log.data(), log.size()); }, db_free_desc_string);
+  if (!all.empty()) requireAgreement(single, all);
+}
+
+Share share;
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const LogMaker maker(Input(data, size));
+  const ExactBytes log(maker.log());
+  const long before = liveAllocations();
+  DescBufInfo* info = db_get_desc_buffer_info(log.data(), log.size());
+  const bool isDecoded = info != nullptr;
+  share.count(isDecoded);
+  checkRecords(log, info);
+  if (isDecoded) db_free_desc_buffer_info(&info);
+  checkReports(log, isDecoded);
+  REQUIRE(liveAllocations() == before);
+  return 0;
+}

@@ -1,0 +1,20 @@
+// Runs a fuzz target on files, with any compiler: replay DIRECTORY
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "fuzz.h"
+
+int main(int argc, char** argv) {
+  if (argc != 2) return 2;
+  int runs = 0;
+  for (const auto& file : std::filesystem::directory_iterator(argv[1])) {
+    std::ifstream stream(file.path(), std::ios::binary);
+    const std::string bytes(std::istreambuf_iterator<char>(stream), {});
+    LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
+    ++runs;
+  }
+  std::printf("%d inputs replayed\n", runs);
+  return runs > 0 ? 0 : 1;
+}
