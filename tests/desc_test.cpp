@@ -266,11 +266,24 @@ struct HandMade : DescBufInfo {
   std::vector<std::uint32_t> next_, end_, release_;
 };
 
+std::string report(const DescBufInfo& record) {
+  zarn::desc::TextBuilder out;
+  zarn::desc::appendReport(out, record);
+  return std::string(out.text());
+}
+
+std::string report(std::initializer_list<const DescBufInfo*> array) {
+  zarn::desc::TextBuilder out;
+  std::uint32_t index = 0;
+  for (const auto* record : array) zarn::desc::appendArrayReport(out, index++, record);
+  return std::string(out.text());
+}
+
 TEST(DescReport, SaysExactlyWhatTheRecordHolds) {
   std::vector<std::uint8_t> counting;
   for (std::uint8_t byte = 0x10; byte < 0x34; ++byte) counting.push_back(byte);
   const HandMade ringBuffer(1, 0, {0, 0, 1, 1, 0, 0}, 412, 608, counting, {320, 352}, {}, {});
-  EXPECT_EQ(zarn::desc::report(ringBuffer),
+  EXPECT_EQ(report(ringBuffer),
             "\nTotal Descriptor log used(bytes) : 412\nDescriptor is over sized : no\nPC : 608\nType: RingBufferATE\n"
             "Size: 36\nDescriptor Table: \n"
             " 10 11 12 13 14 15 16 17 18 19 1a 1b 1c 1d 1e 1f 20 21 22 23 24 25 26 27 28 29 2a 2b 2c 2d 2e 2f\n"
@@ -281,18 +294,18 @@ TEST(DescReport, SaysExactlyWhatTheRecordHolds) {
   const HandMade edma(1, 1, {1}, 900, 96, {0x0A, 0xFF, 0x00, 0x7C}, {}, {}, {});
   const std::string edmaTable = "Type: eDMA\nSize: 4\nDescriptor Table: \n 0a ff 00 7c\n";
   const std::string edmaHeader = "\nTotal Descriptor log used(bytes) : 900\nDescriptor is over sized : yes\n";
-  EXPECT_EQ(zarn::desc::report(edma), edmaHeader + "PC : 96\n" + edmaTable);
+  EXPECT_EQ(report(edma), edmaHeader + "PC : 96\n" + edmaTable);
 
   // Flags other than 0 and 1: type flags and overSized count when exactly 1, has-flags by their lowest bit.
   const HandMade odd(1, 2, {1, 1, 2, 3, 2, 0}, 0xFFFFFFFF, 0xFFFFFFFF, {}, {}, {7}, {});
-  EXPECT_EQ(zarn::desc::report(odd),
+  EXPECT_EQ(report(odd),
             "\nTotal Descriptor log used(bytes) : 4294967295\nDescriptor is over sized : no\nPC : 4294967295\n"
             "Type: eDMA\nType: GLSU\nSize: 0\nDescriptor Table: \n\nRB_next_PTR: yes\nqel_rb_end PC[0] : 7\n");
 
   HandMade huge(1, 0, {0, 1}, 0, 0, {}, {}, {}, {});  // counts beyond an int stand for none
   huge.descSize = 0x80000000;
   huge.rbNextPtrCount = huge.rbEndCount = huge.rbReleaseCount = 0xFFFFFFFF;
-  EXPECT_EQ(zarn::desc::report(huge),
+  EXPECT_EQ(report(huge),
             "\nTotal Descriptor log used(bytes) : 0\nDescriptor is over sized : no\nPC : 0\nType: GLSU\n"
             "Size: 2147483648\nDescriptor Table: \n");
 
@@ -302,11 +315,9 @@ TEST(DescReport, SaysExactlyWhatTheRecordHolds) {
   const std::string secondText =
       "PC: 608\nType: RingBufferATE\nSize: 3\nDescriptor Table: \n 01 02 ab\n\nRB_next_PTR: yes\n"
       "qel_next_ptr PC[0] : 320\nqel_next_ptr PC[1] : 352\n\nRB_end: yes\nqel_rb_end PC[0] : 736\n\nRB_release: no\n";
-  const DescBufInfo* const both[] = {&edma, &second};
-  EXPECT_EQ(zarn::desc::report(both, 2), edmaHeader + "\nDescBufInfo 0 in Array :\nPC: 96\n" + edmaTable +
-                                             "\nDescBufInfo 1 in Array :\n" + secondText);
-  const DescBufInfo* const gaps[] = {nullptr, &second, &invalid, &second};
-  EXPECT_EQ(zarn::desc::report(gaps, 4),
+  EXPECT_EQ(report({&edma, &second}), edmaHeader + "\nDescBufInfo 0 in Array :\nPC: 96\n" + edmaTable +
+                                         "\nDescBufInfo 1 in Array :\n" + secondText);
+  EXPECT_EQ(report({nullptr, &second, &invalid, &second}),
             "\nDescBufInfo 1 in Array :\n" + secondText + "\nDescBufInfo 3 in Array :\n" + secondText);
 }
 

@@ -3,7 +3,9 @@
 namespace zarn::desc {
 namespace {
 
+constexpr std::uint32_t kHeaderSize = 4;
 constexpr std::uint32_t kRecordSize = 8;
+constexpr std::uint32_t kShortestEntry = kHeaderSize + 64 + kRecordSize;  // with a descriptor of one unit
 constexpr std::uint32_t kTagBehind = 2;          // the tag's position before a record's end,
 constexpr std::uint32_t kStartOffsetBehind = 4;  // and the start offset's
 
@@ -95,6 +97,27 @@ std::optional<Entry> locate(const Log& log, std::uint16_t writeOffset) {
   } else if (entry.counts.total() == 0) {
     return std::nullopt;
   }
+  return entry;
+}
+
+std::optional<Entry> locateNewest(const Log& log) {
+  if (!log.isReadable()) return std::nullopt;
+  return locate(log, log.writeOffset());
+}
+
+EntryWalk::EntryWalk(const Log& log)
+    : log_(log), limit_(log.ringSize() / kShortestEntry), writeOffset_(log.writeOffset()) {}
+
+std::optional<Entry> EntryWalk::next() {
+  const auto budget = static_cast<std::uint32_t>(log_.size()) - kShortestEntry;
+  if (count_ == limit_ || (count_ > 0 && sum_ >= budget)) return std::nullopt;
+  const auto entry = locate(log_, writeOffset_);
+  if (!entry) return std::nullopt;
+  ++count_;
+  // End and release records are not counted, though they take 8 bytes each; it is meant so. Entries may refer to each
+  // other in a circle: the sum and the limit end that too.
+  sum_ += std::uint64_t{kRecordSize} * entry->counts.nextPtr + entry->descSize + kHeaderSize + kRecordSize;
+  writeOffset_ = entry->start;  // entries are contiguous: the one before ends where this one starts
   return entry;
 }
 

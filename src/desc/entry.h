@@ -39,4 +39,26 @@ struct Entry {
 // The entry whose newest record ends at `writeOffset`, or nothing where there is none that can be decoded.
 std::optional<Entry> locate(const Log& log, std::uint16_t writeOffset);
 
+// The newest entry of the log; nothing for a log that is not readable, either.
+std::optional<Entry> locateNewest(const Log& log);
+
+// Goes through the entries of a readable log from the newest backwards.
+class EntryWalk {
+ public:
+  explicit EntryWalk(const Log& log);
+
+  // The most entries that a walk can have.
+  std::uint32_t limit() const { return limit_; }
+
+  // The next entry, or nothing at the end of the walk.
+  std::optional<Entry> next();
+
+ private:
+  const Log& log_;
+  std::uint32_t limit_;
+  std::uint32_t count_ = 0;
+  std::uint64_t sum_ = 0;  // bytes that the entries so far are counted with
+  std::uint16_t writeOffset_;
+};
+
 }  // namespace zarn::desc

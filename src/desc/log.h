@@ -26,14 +26,14 @@ namespace zarn::desc {
 
 class Log {
  public:
-  // Whether there is a trailer and at least one byte of ring.
-  static bool isReadable(const void* buffer, std::uint64_t size) { return buffer != nullptr && size > kTrailerSize; }
-
-  // `buffer` and `size` are readable and outlive this object.
+  // `buffer` may be null; else its `size` bytes are readable, and outlive this object.
   Log(const void* buffer, std::uint64_t size)
       : bytes_(static_cast<const std::uint8_t*>(buffer)),
         size_(size),
         ringSize_(static_cast<std::uint32_t>(size - kTrailerSize)) {}
+
+  // Whether there is a trailer and at least one byte of ring. Nothing else may be asked where there is not.
+  bool isReadable() const { return bytes_ != nullptr && size_ > kTrailerSize; }
 
   std::uint64_t size() const { return size_; }
 

@@ -1,5 +1,6 @@
 #include "record.h"
 
+#include <algorithm>
 #include <cstddef>
 
 namespace zarn::desc {
@@ -39,13 +40,14 @@ struct PcList {
   }
 };
 
-// From the oldest record to the newest. Slots that no PC reaches stay 0.
+// From the oldest record to the newest. Slots that no PC reaches stay as they are.
 void gatherPcs(const Log& log, const Entry& entry, DescBufInfo& record) {
   PcList nextPtr{record.rbNextPtrPcs, record.rbNextPtrPcs + record.rbNextPtrCount};
   PcList end{record.rbEndPcs, record.rbEndPcs + record.rbEndCount};
   PcList release{record.rbReleasePcs, record.rbReleasePcs + record.rbReleaseCount};
-  for (std::uint32_t i = 0; i < entry.counts.total(); ++i) {
-    const std::uint32_t position = entry.oldest + 8 * i;
+  std::uint32_t unreduced = entry.oldest;
+  std::uint32_t position = entry.oldest;  // the same, reduced to the ring
+  for (std::uint32_t left = entry.counts.total(); left > 0; --left) {
     const std::uint32_t pc = log.u32(position);
     switch (Tag{log.u16(position + 6)}) {
       case Tag::kRbNextPtr:
@@ -60,35 +62,46 @@ void gatherPcs(const Log& log, const Entry& entry, DescBufInfo& record) {
       default:
         break;
     }
+    unreduced += 8;
+    position += 8;
+    // Reducing takes a division: only where the ring ends, or where the position itself wraps.
+    if (position >= log.ringSize() || unreduced < 8) position = log.ring(unreduced);
   }
+}
+
+void setCounts(const Entry& entry, DescBufInfo& record) {
+  record.rbNextPtrCount = entry.counts.nextPtr;
+  record.rbEndCount = entry.counts.end;
+  record.rbReleaseCount = entry.counts.release;
+  record.descSize = entry.descSize;
+}
+
+// Everything but the counts, and the arrays that were made for them: those are filled here.
+void fillRecord(const Log& log, const Entry& entry, DescBufInfo& record) {
+  record.valid = 1;
+  record.overSized = log.totalUsed() != log.writeOffset();
+  record.isEdma = entry.tag == Tag::kEdma;
+  record.isGlsu = entry.tag == Tag::kGlsu;
+  record.isRingBufferAte = entry.tag != Tag::kEdma && entry.tag != Tag::kGlsu;
+  record.hasRbNextPtr = record.rbNextPtrCount != 0;
+  record.hasRbEnd = record.rbEndCount != 0;
+  record.hasRbRelease = record.rbReleaseCount != 0;
+  record.totalLogUsed = log.totalUsed();
+  record.pc = entry.pc;
+  gatherPcs(log, entry, record);
+  log.copy(entry.start + 4U, record.descSize, record.desc);
 }
 
 }  // namespace
 
 DescBufInfo* makeRecord(const Log& log, const Entry& entry) {
   auto* record = new DescBufInfo();
-  record->valid = 1;
-  record->overSized = log.totalUsed() != log.writeOffset();
-  record->isEdma = entry.tag == Tag::kEdma;
-  record->isGlsu = entry.tag == Tag::kGlsu;
-  record->isRingBufferAte = entry.tag != Tag::kEdma && entry.tag != Tag::kGlsu;
-  record->hasRbNextPtr = entry.counts.nextPtr != 0;
-  record->hasRbEnd = entry.counts.end != 0;
-  record->hasRbRelease = entry.counts.release != 0;
-  record->totalLogUsed = log.totalUsed();
-  record->pc = entry.pc;
-
-  record->rbNextPtrCount = entry.counts.nextPtr;
-  record->rbEndCount = entry.counts.end;
-  record->rbReleaseCount = entry.counts.release;
+  setCounts(entry, *record);
   record->rbNextPtrPcs = new std::uint32_t[record->rbNextPtrCount]();
   record->rbEndPcs = new std::uint32_t[record->rbEndCount]();
   record->rbReleasePcs = new std::uint32_t[record->rbReleaseCount]();
-  gatherPcs(log, entry, *record);
-
-  record->descSize = entry.descSize;
   record->desc = new std::uint8_t[record->descSize];
-  log.copy(entry.start + 4U, record->descSize, record->desc);
+  fillRecord(log, entry, *record);
   return record;
 }
 
@@ -100,13 +113,24 @@ void deleteRecord(DescBufInfo* record) {
   delete record;
 }
 
+const DescBufInfo& RecordBuffer::fill(const Log& log, const Entry& entry) {
+  setCounts(entry, record_);
+  pcs_.assign(entry.counts.total(), 0);
+  desc_.resize(std::max<std::size_t>(desc_.size(), entry.descSize));
+  record_.rbNextPtrPcs = pcs_.data();
+  record_.rbEndPcs = record_.rbNextPtrPcs + record_.rbNextPtrCount;
+  record_.rbReleasePcs = record_.rbEndPcs + record_.rbEndCount;
+  record_.desc = desc_.data();
+  fillRecord(log, entry, record_);
+  return record_;
+}
+
 }  // namespace zarn::desc
 
 DescBufInfo* db_get_desc_buffer_info(const void* buffer, std::uint64_t size) {
   using namespace zarn::desc;
-  if (!Log::isReadable(buffer, size)) return nullptr;
   const Log log(buffer, size);
-  const auto entry = locate(log, log.writeOffset());
+  const auto entry = locateNewest(log);
   return entry ? makeRecord(log, *entry) : nullptr;
 }
 

@@ -1,17 +1,16 @@
 // Decoded records as text.
 #pragma once
 
-#include <cstdint>
-#include <string>
-
+#include "text_builder.h"
 #include "zarn_utility.h"
 
 namespace zarn::desc {
 
 // The report of one record.
-std::string report(const DescBufInfo& record);
+void appendReport(TextBuilder& out, const DescBufInfo& record);
 
-// The report of an array. Entries that are null or not valid are left out, and leave a gap in the numbering.
-std::string report(const DescBufInfo* const* array, std::uint32_t count);
+// The part of an array's report that belongs to the record at `index`. A record that is null or not valid is left out,
+// which leaves a gap in the numbering.
+void appendArrayReport(TextBuilder& out, std::uint32_t index, const DescBufInfo* record);
 
 }  // namespace zarn::desc
