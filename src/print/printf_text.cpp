@@ -1,8 +1,10 @@
 // The text of a print buffer: header block, then one line a value.
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstring>
+#include <iterator>
 
 #include "fmt_config.h"
 #include "print_buffer.h"
@@ -13,60 +15,65 @@ namespace {
 
 using Submasks = std::array<std::uint32_t, 4>;
 
-constexpr std::string_view kPadNames[kPads] = {"L0", "L1", "R0", "R1", "U0", "U1", "D0", "D1"};
+constexpr std::string_view kPadNames[kPads] = {"L0_", "L1_", "R0_", "R1_", "U0_", "U1_", "D0_", "D1_"};
 
 // Any of a thread's two bits selects it; the values 1, 2 and 3 mean the same.
 bool isThreadPresent(const Submasks& submasks, std::uint32_t thread) {
   return (submasks[thread / 16] >> (2 * (thread % 16)) & 3) != 0;
 }
 
-void append(Text& out, std::string_view text) { out.append(text.data(), text.data() + text.size()); }
+// The line's label, and a number below 100 in it.
+class Label {
+ public:
+  Label(std::string_view name, std::uint32_t number, std::string_view end) {
+    char* at = std::copy(name.begin(), name.end(), text_);
+    if (number >= 10) *at++ = static_cast<char>('0' + number / 10);
+    *at++ = static_cast<char>('0' + number % 10);
+    length_ = static_cast<std::size_t>(std::copy(end.begin(), end.end(), at) - text_);
+  }
+  std::string_view text() const { return {text_, length_}; }
 
-// "name" and a number below 100.
-void appendNumbered(Text& out, std::string_view name, std::uint32_t number) {
-  char digits[2];
-  const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-  append(out, name);
-  append(out, {digits, end});
-}
+ private:
+  char text_[32];
+  std::size_t length_;
+};
 
 void appendHeaderBlock(Text& out, const PrintBufInfo& info, const Submasks& submasks) {
-  fmt::format_to(out,
-                 "Graph Id: {graphId}\nKernel Id: {kernelId}\nInstance Id: {instanceId}\n"
-                 "Current time: {currentTime}\nTotal size: {totalSize}\n"
-                 "submask0: {submsk0:#x}\nsubmask1: {submsk1:#x}\nsubmask2: {submsk2:#x}\nsubmask3: {submsk3:#x}\n",
-                 fmt::arg("graphId", info.graphId), fmt::arg("kernelId", info.kernelId),
-                 fmt::arg("instanceId", info.instanceId), fmt::arg("currentTime", info.currentTime),
-                 fmt::arg("totalSize", info.totalSize), fmt::arg("submsk0", submasks[0]),
-                 fmt::arg("submsk1", submasks[1]), fmt::arg("submsk2", submasks[2]), fmt::arg("submsk3", submasks[3]));
+  const auto append = [&out](std::string_view name, std::uint32_t number, int base) {
+    char line[32];
+    char* at = std::copy(name.begin(), name.end(), line);
+    at = std::to_chars(at, std::end(line), number, base).ptr;
+    *at++ = '\n';
+    out.append(line, at);
+  };
+  append("Graph Id: ", info.graphId, 10);
+  append("Kernel Id: ", info.kernelId, 10);
+  append("Instance Id: ", info.instanceId, 10);
+  append("Current time: ", info.currentTime, 10);
+  append("Total size: ", info.totalSize, 10);
+  append("submask0: 0x", submasks[0], 16);
+  append("submask1: 0x", submasks[1], 16);
+  append("submask2: 0x", submasks[2], 16);
+  append("submask3: 0x", submasks[3], 16);
 }
 
 void appendThread(Text& out, const InfoPtr& info, const ValueFormat& values, std::uint32_t thread) {
-  appendNumbered(out, "thread_", thread);
-  append(out, ": ");
-  values.append(out, wordAt(info->data, thread));
-  append(out, "\n");
+  values.append(out, Label("thread_", thread, ": ").text(), wordAt(info->data, thread), "\n");
 }
 
 // The halves are two values, each with the whole format; they are never joined into one 64-bit number.
 void append64BitThread(Text& out, const InfoPtr& info, const ValueFormat& values, std::uint32_t thread) {
-  appendNumbered(out, "thread_", thread);
-  append(out, ":\nlow 32 bits:\n");
-  values.append(out, wordAt(info->data, thread));
-  append(out, "\nhigh 32 bits:\n");
-  values.append(out, wordAt(info->data, kThreads + thread));
-  append(out, "\n");
+  const Label label("thread_", thread, ":\nlow 32 bits:\n");
+  values.append(out, label.text(), wordAt(info->data, thread), "\nhigh 32 bits:\n");
+  values.append(out, {}, wordAt(info->data, kThreads + thread), "\n");
 }
 
 // 64 lines; `first` is the index of the first pad value.
 void printPad(const InfoPtr& info, const ValueFormat& values, Text& out, std::uint32_t first) {
   for (std::uint32_t pad = 0; pad < kPads; ++pad) {
     for (std::uint32_t lane = 0; lane < kValuesPerPad; ++lane) {
-      append(out, kPadNames[pad]);
-      appendNumbered(out, "_", lane);
-      append(out, ": ");
-      values.append(out, wordAt(info->data, first + kValuesPerPad * pad + lane));
-      append(out, "\n");
+      const std::uint32_t word = wordAt(info->data, first + kValuesPerPad * pad + lane);
+      values.append(out, Label(kPadNames[pad], lane, ": ").text(), word, "\n");
     }
   }
 }
@@ -85,8 +92,7 @@ void appendBody(Text& out, const InfoPtr& info, const Submasks& submasks) {
       }
       break;
     case 1:  // of a 64-bit value only the low half is shown
-      values.append(out, wordAt(info->data, 0));
-      append(out, "\n");
+      values.append(out, {}, wordAt(info->data, 0), "\n");
       break;
     case 2:
       printPad(info, values, out, 0);

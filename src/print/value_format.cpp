@@ -2,7 +2,9 @@
 
 #include <locale.h>
 
+#include <algorithm>
 #include <bit>
+#include <charconv>
 #include <climits>
 
 namespace zarn::print {
@@ -197,9 +199,19 @@ void appendGeneral(Text& out, std::string_view format, Value value) {
   fmt::vprintf(out, fmt::string_view(format.data(), format.size()), fmt::printf_args(args));
 }
 
+char* copyTo(char* at, std::string_view text) { return std::copy(text.begin(), text.end(), at); }
+
 }  // namespace
 
-ValueFormat::ValueFormat(const char* format, bool isFloat) : isFloat_(isFloat) {
+ValueFormat::ValueFormat(const char* format, bool isFloat) : isFloat_(isFloat), format_(format) {
+  const auto percent = format_.find('%');
+  if (!isFloat && percent + 1 < format_.size() && std::string_view("diux").find(format_[percent + 1]) < 4 &&
+      format_.find('%', percent + 1) == std::string_view::npos) {
+    plainConversion_ = format_[percent + 1];
+    prefix_ = format_.substr(0, percent);
+    suffix_ = format_.substr(percent + 2);
+    return;
+  }
   FormatCleaner cleaner(format, isFloat ? Argument::kFloat : Argument::kWord, cleanFormat_);
   format_ = bigWordFormat_ = cleaner.clean();
   hasHexFloat_ = cleaner.hasHexFloat();
@@ -208,7 +220,12 @@ ValueFormat::ValueFormat(const char* format, bool isFloat) : isFloat_(isFloat) {
   }
 }
 
-void ValueFormat::append(Text& out, std::uint32_t word) const {
+void ValueFormat::append(Text& out, std::string_view before, std::uint32_t word, std::string_view after) const {
+  if (plainConversion_ != '\0') {
+    appendPlain(out, before, word, after);
+    return;
+  }
+  out.append(before.begin(), before.end());
   if (!isFloat_) {
     appendGeneral(out, word > INT_MAX ? bigWordFormat_ : format_, word);
   } else if (hasHexFloat_) {
@@ -217,6 +234,23 @@ void ValueFormat::append(Text& out, std::uint32_t word) const {
   } else {
     appendGeneral(out, format_, std::bit_cast<float>(word));
   }
+  out.append(after.begin(), after.end());
+}
+
+void ValueFormat::appendPlain(Text& out, std::string_view before, std::uint32_t word, std::string_view after) const {
+  constexpr std::size_t kMostDigits = 11;  // with a sign
+  const std::size_t most = before.size() + prefix_.size() + kMostDigits + suffix_.size() + after.size();
+  out.try_reserve(out.size() + most);
+  char* at = copyTo(copyTo(out.data() + out.size(), before), prefix_);
+  if (plainConversion_ == 'u') {
+    at = std::to_chars(at, at + kMostDigits, word).ptr;
+  } else if (plainConversion_ == 'x') {
+    at = std::to_chars(at, at + kMostDigits, word, 16).ptr;
+  } else {
+    at = std::to_chars(at, at + kMostDigits, static_cast<std::int32_t>(word)).ptr;
+  }
+  at = copyTo(copyTo(at, suffix_), after);
+  out.try_resize(static_cast<std::size_t>(at - out.data()));
 }
 
 }  // namespace zarn::print

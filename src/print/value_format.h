@@ -25,14 +25,23 @@ class ValueFormat {
   ValueFormat(const ValueFormat&) = delete;
   ValueFormat& operator=(const ValueFormat&) = delete;
 
-  // Appends the text of `word`, taken as an unsigned integer or as the bits of a float.
-  void append(Text& out, std::uint32_t word) const;
+  // Appends the text of `word`, taken as an unsigned integer or as the bits of a float, between `before` and `after`.
+  void append(Text& out, std::string_view before, std::uint32_t word, std::string_view after) const;
 
  private:
+  void appendPlain(Text& out, std::string_view before, std::uint32_t word, std::string_view after) const;
+
   bool isFloat_;
+
+  // One of d, i, u and x where the format has that conversion alone, on an integer and without flags or the like, and the
+  // texts around it; else NUL. Such a format needs no {fmt}, which would read it anew for each value.
+  char plainConversion_ = '\0';
+  std::string_view prefix_;
+  std::string_view suffix_;
+
   bool hasHexFloat_ = false;
 
-  // The format to hand to {fmt}, and the one for words beyond INT_MAX, which differs where a '*' takes the value.
+  // Else the format to hand to {fmt}, and the one for words beyond INT_MAX, which differs where a '*' takes the value.
   std::string_view format_;
   std::string_view bigWordFormat_;
   Text cleanFormat_;
