@@ -8,41 +8,29 @@
 #include <cstring>
 #include <deque>
 #include <functional>
-#include <new>
+#include <span>
 #include <utility>
 #include <vector>
 
 #include "inputs.h"
 #include "plain.h"
-
-// The library, too, allocates through these.
-static std::size_t allocations = 0;
-void* operator new(std::size_t size) {
-  ++allocations;
-  if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
-  std::abort();
-}
-void* operator new[](std::size_t size) { return operator new(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+#include "print/fmt_config.h"
 
 namespace bench {
+
+extern std::size_t allocations;  // so far
+
 namespace {
 
 // Does something once, releases what came of it, and leaves its content in `*result` if that is not null.
+// The calls go to other translation units, so none of them can be left out.
 using Operation = std::function<void(std::string* result)>;
-
-std::string content(std::string text) { return text; }
-std::string content(std::uint64_t value) { return std::to_string(value); }
 
 template <typename Get>
 Operation valueOf(Get get) {
   return [get](std::string* result) {
     auto value = get();
-    benchmark::DoNotOptimize(value);
-    if (result != nullptr) *result = content(value);
+    if (result != nullptr) *result = fmt::to_string(value);
   };
 }
 
@@ -50,7 +38,6 @@ template <typename Get>
 Operation textOf(Get get, void (*release)(char**)) {
   return [get, release](std::string* result) {
     char* text = get();
-    benchmark::DoNotOptimize(text);
     if (result != nullptr && text != nullptr) *result = text;
     release(&text);
   };
@@ -61,17 +48,13 @@ Operation arrayOf(Get get) {
   return [get](std::string* result) {
     std::uint32_t count = 0;
     DescBufInfo** infos = get(&count);
-    benchmark::DoNotOptimize(infos);
-    const auto append = [result](const void* bytes, std::size_t size) {
-      result->append(static_cast<const char*>(bytes), size);
-    };
     for (std::uint32_t i = 0; i < count && result != nullptr; ++i) {
       const DescBufInfo& info = *infos[i];
-      append(&info, offsetof(DescBufInfo, descSize) + sizeof info.descSize);
-      append(info.desc, info.descSize);
-      append(info.rbNextPtrPcs, 4 * info.rbNextPtrCount);
-      append(info.rbEndPcs, 4 * info.rbEndCount);
-      append(info.rbReleasePcs, 4 * info.rbReleaseCount);
+      result->append(reinterpret_cast<const char*>(&info), offsetof(DescBufInfo, descSize) + sizeof info.descSize);
+      result->append(info.desc, info.desc + info.descSize);
+      *result += fmt::format(" {} {} {}", fmt::join(std::span(info.rbNextPtrPcs, info.rbNextPtrCount), ","),
+                             fmt::join(std::span(info.rbEndPcs, info.rbEndCount), ","),
+                             fmt::join(std::span(info.rbReleasePcs, info.rbReleaseCount), ","));
     }
     db_free_desc_buffer_info_array(infos, static_cast<std::int32_t>(count));
   };
@@ -101,20 +84,18 @@ Pair arrayDecode(const std::string& log) {
           arrayOf([&](auto* count) { return plain::decodeLog(log, count); })};
 }
 
-Pair report(const std::string& log) {
-  return {textOf([&] { return db_get_desc_string(log.data(), log.size()); }, db_free_desc_string),
-          valueOf([&] { return plain::report(log); })};
+Pair report(const std::string& log, char* (*library)(const void*, std::uint64_t), decltype(plain::report)* plain) {
+  return {textOf([=, &log] { return library(log.data(), log.size()); }, db_free_desc_string),
+          valueOf([=, &log] { return plain(log); })};
 }
 
-Pair arrayReport(const std::string& log) {
-  return {textOf([&] { return db_get_desc_string_array(log.data(), log.size()); }, db_free_desc_string),
-          valueOf([&] { return plain::arrayReport(log); })};
-}
+Pair singleReport(const std::string& log) { return report(log, db_get_desc_string, plain::report); }
+Pair arrayReport(const std::string& log) { return report(log, db_get_desc_string_array, plain::arrayReport); }
 
 Pair scan(std::size_t size, std::uint32_t shorts, std::uint32_t bundles) {
   const auto& bytes = kept(kernel(size, shorts, bundles));
   return {valueOf([&] { return clc_bin_has_edma_instr(bytes.data(), static_cast<std::int64_t>(bytes.size())); }),
-          valueOf([&] { return plain::hasEdma(bytes.data(), bytes.size()); })};
+          valueOf([&] { return plain::hasEdma(bytes.data(), bytes.size()) ? 1 : 0; })};
 }
 
 Pair checksum(std::size_t size) {
@@ -126,8 +107,8 @@ Pair checksum(std::size_t size) {
           valueOf([&] { return plain::checksum(bytes.data(), bytes.size()); })};
 }
 
-// Takes the times of one run in the order in which the benchmarks were registered.
-struct Times : benchmark::BenchmarkReporter {
+// The times of some operations in one round, in the order in which they were registered.
+struct Round : benchmark::BenchmarkReporter {
   bool ReportContext(const Context&) override { return true; }
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const auto& run : runs) seconds.push_back(run.cpu_accumulated_time / static_cast<double>(run.iterations));
@@ -135,43 +116,36 @@ struct Times : benchmark::BenchmarkReporter {
   std::vector<double> seconds;
 };
 
-double median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
+// Times the operations in turn, round by round, so that what slows the machine down meets all of them.
+std::vector<Round> timeRounds(const std::vector<std::pair<std::string, Operation>>& operations) {
+  for (const auto& [name, operation] : operations) {
+    const auto run = [&op = operation](benchmark::State& state) {
+      for (auto _ : state) op(nullptr);
+    };
+    benchmark::RegisterBenchmark(name.c_str(), run)->MinTime(0.005);
+  }
+  std::vector<Round> rounds(31);
+  for (auto& round : rounds) benchmark::RunSpecifiedBenchmarks(&round, ".");
+  benchmark::ClearRegisteredBenchmarks();
+  return rounds;
 }
 
-// Some operations that are timed in turn, round by round, so that what slows the machine down meets all of them.
-class Rounds {
- public:
-  explicit Rounds(const std::vector<std::pair<std::string, Operation>>& operations) {
-    for (const auto& [name, operation] : operations) {
-      const auto run = [&op = operation](benchmark::State& state) {
-        for (auto _ : state) op(nullptr);
-      };
-      benchmark::RegisterBenchmark(name.c_str(), run)->MinTime(0.005);
-    }
-    for (auto& round : rounds_) benchmark::RunSpecifiedBenchmarks(&round, ".");
-    benchmark::ClearRegisteredBenchmarks();
-  }
+template <typename Figure>
+double median(const std::vector<Round>& rounds, Figure figure) {
+  std::vector<double> figures;
+  for (const auto& round : rounds) figures.push_back(figure(round.seconds));
+  std::sort(figures.begin(), figures.end());
+  return figures[figures.size() / 2];
+}
 
-  // The medians of the time of operation `i`, and of how many times that of operation `other` it is.
-  double seconds(std::size_t i) const {
-    return medianOf([i](const Times& round) { return round.seconds[i]; });
-  }
-  double ratio(std::size_t i, std::size_t other) const {
-    return medianOf([=](const Times& round) { return round.seconds[i] / round.seconds[other]; });
-  }
+double microseconds(const std::vector<Round>& rounds, std::size_t i) {
+  return median(rounds, [i](const auto& seconds) { return seconds[i] * 1e6; });
+}
 
- private:
-  template <typename Figure>
-  double medianOf(Figure figure) const {
-    std::vector<double> figures;
-    for (const auto& round : rounds_) figures.push_back(figure(round));
-    return median(figures);
-  }
-
-  Times rounds_[15];
-};
+// How many times the time of the first operation the one of operation `i` is.
+double ratio(const std::vector<Round>& rounds, std::size_t i) {
+  return median(rounds, [i](const auto& seconds) { return seconds[i] / seconds[0]; });
+}
 
 // A kind of workload and how many times as fast as the plain way it is to be.
 struct Target {
@@ -187,41 +161,37 @@ constexpr Target kEndRecords = {"array decode, end records", 5};
 constexpr Target kUniformScan = {"scan, words or shorts", 1};
 constexpr Target kMixedScan = {"scan, mixes", 1.3};
 constexpr Target kChecksum = {"checksum from 4 KiB", 0.97};
-constexpr Target kSmallChecksum = {"checksum below 4 KiB", 0};
+constexpr Target kNone = {"none", 0};
 
-// Ends the program where the two ways differ: their times would mean nothing then.
-std::string verified(const std::string& name, const Pair& ways) {
+void compare(const Target& target, const std::string& name, const Pair& ways) {
   std::string expected, found;
   ways.plain(&expected);
   ways.library(&found);
-  if (found == expected && !found.empty()) return found;
-  std::fprintf(stderr, "%s: the two ways give unlike results\n", name.c_str());
-  std::exit(1);
-}
-
-void compare(const Target& target, const std::string& name, const Pair& ways) {
-  const auto result = verified(name, ways);
-  const auto before = allocations;
+  if (found != expected || found.empty()) {
+    std::fprintf(stderr, "%s: the two ways give unlike results\n", name.c_str());
+    std::exit(1);
+  }
+  const std::size_t before = allocations;
   ways.library(nullptr);
-  const auto allocated = allocations - before;
-  const Rounds rounds({{"library/" + name, ways.library}, {"plain/" + name, ways.plain}});
-  const double ratio = rounds.ratio(1, 0);
-  const char* verdict = target.ratio == 0 ? "" : ratio >= target.ratio ? "reached" : "missed";
-  std::printf("| %s | %s | %.2f | %.2f | %.2f | %g | %s | %zu |", name.c_str(), target.group, rounds.seconds(0) * 1e6,
-              rounds.seconds(1) * 1e6, ratio, target.ratio, verdict, allocated);
-  if (&target == &kReports) std::printf(" %.2f", static_cast<double>(result.size()) / rounds.seconds(0) / 1e9);
-  std::printf(" |\n");
-  std::fflush(stdout);
+  const std::size_t allocated = allocations - before;
+
+  const auto rounds = timeRounds({{"library/" + name, ways.library}, {"plain/" + name, ways.plain}});
+  const double reached = ratio(rounds, 1);
+  const char* verdict = target.ratio == 0 ? "" : reached >= target.ratio ? "reached" : "missed";
+  std::printf("| %s | %s | %.2f | %.2f | %.2f | %g | %s | %zu |", name.c_str(), target.group, microseconds(rounds, 0),
+              microseconds(rounds, 1), reached, target.ratio, verdict, allocated);
+  if (&target == &kReports) std::printf(" %.2f", static_cast<double>(found.size()) / microseconds(rounds, 0) / 1e3);
+  std::puts(" |");
 }
 
 void grow(const char* name, const std::function<Pair(std::uint32_t)>& ofSize) {
-  const Rounds rounds({{"1x", ofSize(1).library}, {"4x", ofSize(4).library}, {"16x", ofSize(16).library}});
-  std::printf("| %s | %.2f | %.1f | %.1f |\n", name, rounds.seconds(0) * 1e6, rounds.ratio(1, 0), rounds.ratio(2, 0));
+  const auto rounds = timeRounds({{"1x", ofSize(1).library}, {"4x", ofSize(4).library}, {"16x", ofSize(16).library}});
+  std::printf("| %s | %.2f | %.1f | %.1f |\n", name, microseconds(rounds, 0), ratio(rounds, 1), ratio(rounds, 2));
 }
 
 void compareAll() {
-  std::printf("| workload | group | library, us | plain, us | ratio | target | | allocations | text, GB/s |\n"
-              "|---|---|--:|--:|--:|--:|---|--:|--:|\n");
+  std::puts("| workload | group | library, us | plain, us | ratio | target | | allocations | text, GB/s |\n"
+            "|---|---|--:|--:|--:|--:|---|--:|--:|");
   compare(kPlainConversions, "64 threads, `%u`", print(0, 2, 64, "%u"));
   compare(kPlainConversions, "64 threads, `count = %d items`", print(0, 2, 64, "count = %d items"));
   compare(kPlainConversions, "64 threads, `i=%i`", print(0, 2, 64, "i=%i"));
@@ -246,7 +216,7 @@ void compareAll() {
   };
   for (const auto& [name, target, log] : logs) {
     compare(target, std::string(name) + ", array decode", arrayDecode(log));
-    compare(kReports, std::string(name) + ", single report", report(log));
+    compare(kReports, std::string(name) + ", single report", singleReport(log));
     compare(kReports, std::string(name) + ", array report", arrayReport(log));
   }
 
@@ -254,7 +224,7 @@ void compareAll() {
   compare(kUniformScan, "1 MiB, shorts", scan(1 << 20, 100, 0));
   compare(kMixedScan, "1 MiB, 30 % shorts, 20 % bundles", scan(1 << 20, 30, 20));
   compare(kMixedScan, "1 MiB, 10 % shorts, 60 % bundles", scan(1 << 20, 10, 60));
-  compare(kSmallChecksum, "64 B, checksum", checksum(64));
+  compare(kNone, "64 B, checksum", checksum(64));
   compare(kChecksum, "4 KiB, checksum", checksum(4 << 10));
   compare(kChecksum, "1 MiB, checksum", checksum(1 << 20));
   compare(kChecksum, "64 MiB, checksum", checksum(64 << 20));
@@ -263,12 +233,12 @@ void compareAll() {
 void growAll() {
   const auto edmaLog = [](std::uint32_t n) -> auto& { return kept(descriptorLog(4096 * n, 53 * n, 1, "ED")); };
   const auto bigLog = [](std::uint32_t n) -> auto& { return kept(descriptorLog(4096 * n, 1, 62 * n, "ED")); };
-  std::printf("\n| operation | 1x, us | 4x | 16x |\n|---|--:|--:|--:|\n");
+  std::puts("\n| operation | 1x, us | 4x | 16x |\n|---|--:|--:|--:|");
   grow("print, `%u`, of 4 threads", [](auto n) { return print(0, 2, 4 * n, "%u"); });
   grow("print, `%f`, of 4 threads", [](auto n) { return print(0, 5, 4 * n, "%f"); });
   grow("array decode of 53 eDMA entries", [&](auto n) { return arrayDecode(edmaLog(n)); });
   grow("array report of 53 eDMA entries", [&](auto n) { return arrayReport(edmaLog(n)); });
-  grow("single report of 62 units", [&](auto n) { return report(bigLog(n)); });
+  grow("single report of 62 units", [&](auto n) { return singleReport(bigLog(n)); });
   grow("scan of 64 KiB, 30 % shorts, 20 % bundles", [](auto n) { return scan(n << 16, 30, 20); });
   grow("checksum of 64 KiB", [](auto n) { return checksum(n << 16); });
 }

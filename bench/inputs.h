@@ -60,19 +60,14 @@ inline std::string kernel(std::size_t size, std::uint32_t shorts, std::uint32_t 
   std::string bytes;
   while (bytes.size() < size) {
     const auto kind = random() % 100;
-    auto head = static_cast<std::uint32_t>(random() & 0xFF80);
-    std::uint32_t parcels = 1;  // behind the head
-    if (kind < shorts) {
-      head |= static_cast<std::uint32_t>(random() % 3);
-      parcels = 0;
-    } else if (kind < shorts + bundles) {
-      constexpr std::uint32_t kOpcodes[] = {0x3B, 0x1F, 0x3F, 0x7F};
-      const auto choice = static_cast<std::uint32_t>(random() % 4);
-      head |= kOpcodes[choice];
-      parcels = choice < 3 ? choice + 1 : 4 + (head >> 12 & 7);
-    } else {
-      head |= 0x13;
-    }
+    const bool isShort = kind < shorts;
+    const bool isBundle = !isShort && kind < shorts + bundles;
+    constexpr std::uint32_t kOpcodes[] = {0x3B, 0x1F, 0x3F, 0x7F};  // of bundles of 1, 2, 3 and from 4 parcels
+    const auto choice = static_cast<std::uint32_t>(random() % 4);
+    const auto fields = static_cast<std::uint32_t>(random() & 0xFF80);
+    const std::uint32_t head = fields | (isShort ? choice % 3 : isBundle ? kOpcodes[choice] : 0x13);
+    const std::uint32_t more = isBundle && choice == 3 ? fields >> 12 & 7 : 0;
+    const std::uint32_t parcels = isShort ? 0 : isBundle ? choice + 1 + more : 1;
     const std::size_t at = bytes.size();
     bytes.resize(at + 2 + 2 * parcels);
     put(bytes, at, head, 2);

@@ -66,11 +66,9 @@ struct Log {
   std::uint32_t u8(std::uint32_t position) const { return bytes[position % ringSize]; }
   std::uint32_t u16(std::uint32_t position) const { return u8(position) | u8(position + 1) << 8; }
   std::uint32_t u32(std::uint32_t position) const { return u16(position) | u16(position + 2) << 16; }
-  std::uint32_t writeOffset() const { return bytes[ringSize] | bytes[ringSize + 1] * 256U; }
-  std::uint32_t totalUsed() const {
-    const auto* at = bytes + ringSize + 4;
-    return at[0] | at[1] * 0x100U | at[2] * 0x10000U | at[3] * 0x1000000U;
-  }
+  std::uint32_t trailer(std::uint32_t at) const { return bytes[ringSize + at] | bytes[ringSize + at + 1] * 0x100U; }
+  std::uint32_t writeOffset() const { return trailer(0); }
+  std::uint32_t totalUsed() const { return trailer(4) | trailer(6) << 16; }
 };
 
 // The entry that ends at `writeOffset`, which then becomes the end of the entry before it.
