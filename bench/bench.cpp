@@ -14,7 +14,7 @@
 
 #include "inputs.h"
 #include "plain.h"
-#include "print/fmt_config.h"
+#include "print/text.h"
 
 namespace bench {
 

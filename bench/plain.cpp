@@ -10,7 +10,7 @@
 #include <sstream>
 #include <vector>
 
-#include "print/fmt_config.h"
+#include "print/text.h"
 
 namespace bench::plain {
 

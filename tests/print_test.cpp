@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "allocations.h"
-#include "print/fmt_config.h"
+#include "print/text.h"
 #include "zarn_utility.h"
 
 namespace {
@@ -152,21 +152,39 @@ TEST(PrintText, EqualsFmtOverItsWholeGrammar) {
         for (const char* precision : {"", ".", ".3", ".*"}) {
           for (const char* length : {"", "h", "hh", "l", "ll", "j", "z", "t", "L"}) {
             for (const char type : std::string_view("diouxXcspaAeEfFgGnLb%")) {
-              std::string format = "<%";
-              format += index;
+              std::string conversion = "<%";
+              conversion += index;
               for (unsigned i = 0; i < 5; ++i) {
-                if (flags & 1U << i) format += "-+ #0"[i];
+                if (flags & 1U << i) conversion += "-+ #0"[i];
               }
-              format += std::string(width) + precision + length + type + "> %d %1$x%%";
-              const bool usesValueAsCount = format.find('*') != std::string::npos;
+              conversion += std::string(width) + precision + length + type + ">";
+              const bool usesValueAsCount = conversion.find('*') != std::string::npos;
               const auto word = words[compared++ % (usesValueAsCount ? 3 : words.size())];
-              ASSERT_EQ(valueText(format, kSingleWord, word), fmt::sprintf(format, word).c_str()) << format;
               const auto real = std::bit_cast<float>(word);
-              ASSERT_EQ(valueText(format, kSingleFloat, word), fmt::sprintf(format, real).c_str()) << format;
+              for (const auto& format : {conversion, conversion + " %d %1$x%%"}) {
+                ASSERT_EQ(valueText(format, kSingleWord, word), fmt::sprintf(format, word).c_str()) << format;
+                ASSERT_EQ(valueText(format, kSingleFloat, word), fmt::sprintf(format, real).c_str()) << format;
+              }
             }
           }
         }
       }
+    }
+  }
+}
+
+// Plain conversions do not go through {fmt}, and have to give what it gives for any value.
+TEST(PrintText, PlainConversionsEqualFmt) {
+  std::uint32_t word = 1;
+  for (int i = 0; i < 20000; ++i) {
+    word = word * 1664525 + 1013904223;
+    const std::uint32_t shorter = word >> i % 32;
+    for (const char* format : {"%d", "%i", "%u", "%x"}) {
+      ASSERT_EQ(valueText(format, kSingleWord, shorter), fmt::sprintf(format, shorter)) << shorter;
+    }
+    const std::string withPrecision = {'%', '.', static_cast<char>('0' + i % 10), 'f'};
+    for (const auto& format : {std::string("%f"), withPrecision}) {
+      ASSERT_EQ(valueText(format, kSingleFloat, word), fmt::sprintf(format, std::bit_cast<float>(word))) << word;
     }
   }
 }

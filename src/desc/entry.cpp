@@ -14,20 +14,6 @@ constexpr std::uint32_t kStartOffsetBehind = 4;  // and the start offset's
 // positions of the backward walk, of the gathered PCs and of the descriptor are not cut.
 std::uint16_t cut(std::uint32_t position) { return static_cast<std::uint16_t>(position); }
 
-// The counter of a ring-buffer record's tag, null for any other tag.
-std::uint32_t* counterOf(Tag tag, RbCounts& counts) {
-  switch (tag) {
-    case Tag::kRbNextPtr:
-      return &counts.nextPtr;
-    case Tag::kRbEnd:
-      return &counts.end;
-    case Tag::kRbRelease:
-      return &counts.release;
-    default:
-      return nullptr;
-  }
-}
-
 bool isRbRecord(Tag tag) { return tag == Tag::kRbNextPtr || tag == Tag::kRbEnd || tag == Tag::kRbRelease; }
 
 bool isKnown(Tag tag) {
@@ -37,17 +23,21 @@ bool isKnown(Tag tag) {
 // Counts the entry's ring-buffer records from the newest backwards, up to the first record of another kind or until the
 // whole ring has been stepped over, and finds the oldest of them.
 void walkBack(const Log& log, std::uint16_t writeOffset, Entry& entry) {
+  RbCounts counts;
   std::uint32_t position = writeOffset;
   for (std::uint64_t scanned = 0; scanned < log.ringSize(); scanned += kRecordSize) {
     const std::uint32_t tagPosition = log.ring(position - kTagBehind);
-    auto* counter = counterOf(Tag{log.u16(tagPosition)}, entry.counts);
-    if (counter == nullptr) {
-      entry.oldest = log.ring(tagPosition + kTagBehind);
-      return;
+    const Tag tag{log.u16(tagPosition)};
+    if (!isRbRecord(tag)) {
+      position = log.ring(tagPosition + kTagBehind);
+      break;
     }
-    ++*counter;
+    counts.nextPtr += tag == Tag::kRbNextPtr;
+    counts.end += tag == Tag::kRbEnd;
+    counts.release += tag == Tag::kRbRelease;
     position = log.ring(tagPosition - (kRecordSize - kTagBehind));
   }
+  entry.counts = counts;
   entry.oldest = position;
 }
 

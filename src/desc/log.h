@@ -59,13 +59,31 @@ class Log {
     return loadU16(bytes_ + start + 2);
   }
 
+  // Calls visit(pc, tag) for `count` records that lie one behind the other from ring(position) on.
+  template <typename Visit>
+  void visitRecords(std::uint32_t position, std::uint32_t count, Visit visit) const {
+    while (count > 0) {
+      // What lies whole in front of the ring's end, and of where the position wraps, needs no reduction of its own.
+      const std::uint32_t start = ring(position);
+      const auto whole = static_cast<std::uint32_t>(
+          std::min<std::uint64_t>({count, (ringSize_ - start) / 8, positionsFrom(position) / 8}));
+      const std::uint8_t* at = bytes_ + start;
+      for (std::uint32_t i = 0; i < whole; ++i, at += 8) visit(loadU32(at), loadU16(at + 6));
+      position += 8 * whole;
+      count -= whole;
+      if (count == 0) break;
+      visit(u32(position), u16(position + 6));
+      position += 8;
+      --count;
+    }
+  }
+
   // Copies `count` bytes from ring(position) on, in whole runs; a count beyond the ring's length goes round again.
   void copy(std::uint32_t position, std::uint32_t count, std::uint8_t* out) const {
     while (count > 0) {
       const std::uint32_t at = ring(position);
-      // A run ends with the ring, or where the position itself wraps.
-      const std::uint64_t positionsLeft = (std::uint64_t{1} << 32) - position;
-      const auto run = static_cast<std::uint32_t>(std::min<std::uint64_t>({count, ringSize_ - at, positionsLeft}));
+      const auto run =
+          static_cast<std::uint32_t>(std::min<std::uint64_t>({count, ringSize_ - at, positionsFrom(position)}));
       std::memcpy(out, bytes_ + at, run);
       out += run;
       count -= run;
@@ -76,6 +94,9 @@ class Log {
  private:
   static constexpr std::uint64_t kTrailerSize = 64;
   static constexpr std::uint16_t kHeaderMark = 0x5453;
+
+  // How far it is to where a position wraps modulo 2^32.
+  static std::uint64_t positionsFrom(std::uint32_t position) { return (std::uint64_t{1} << 32) - position; }
 
   const std::uint8_t* bytes_;
   std::uint64_t size_;

@@ -45,11 +45,8 @@ void gatherPcs(const Log& log, const Entry& entry, DescBufInfo& record) {
   PcList nextPtr{record.rbNextPtrPcs, record.rbNextPtrPcs + record.rbNextPtrCount};
   PcList end{record.rbEndPcs, record.rbEndPcs + record.rbEndCount};
   PcList release{record.rbReleasePcs, record.rbReleasePcs + record.rbReleaseCount};
-  std::uint32_t unreduced = entry.oldest;
-  std::uint32_t position = entry.oldest;  // the same, reduced to the ring
-  for (std::uint32_t left = entry.counts.total(); left > 0; --left) {
-    const std::uint32_t pc = log.u32(position);
-    switch (Tag{log.u16(position + 6)}) {
+  log.visitRecords(entry.oldest, entry.counts.total(), [&](std::uint32_t pc, std::uint16_t tag) {
+    switch (Tag{tag}) {
       case Tag::kRbNextPtr:
         nextPtr.add(pc);
         break;
@@ -62,11 +59,7 @@ void gatherPcs(const Log& log, const Entry& entry, DescBufInfo& record) {
       default:
         break;
     }
-    unreduced += 8;
-    position += 8;
-    // Reducing takes a division: only where the ring ends, or where the position itself wraps.
-    if (position >= log.ringSize() || unreduced < 8) position = log.ring(unreduced);
-  }
+  });
 }
 
 void setCounts(const Entry& entry, DescBufInfo& record) {

@@ -45,6 +45,7 @@ constexpr auto kTableEntries = [] {
 void appendTable(TextBuilder& out, const std::uint8_t* bytes, std::uint32_t count) {
   constexpr std::uint32_t kBytesPerRow = 32;
   out.append("Descriptor Table: \n");
+  out.reserve(std::size_t{3} * count + count / kBytesPerRow + 1);
   for (std::uint32_t first = 0; first < count; first += kBytesPerRow) {
     const std::uint32_t length = std::min(kBytesPerRow, count - first);
     char* at = out.grow(3 * length + 1);
@@ -61,6 +62,8 @@ void appendRbSection(TextBuilder& out, std::string_view name, bool has, bool say
     out.append(name);
     out.append(has ? ": yes\n" : ": no\n");
   }
+  constexpr std::size_t kRestOfLine = 25;  // two numbers and what is around them
+  out.reserve((pcLabel.size() + kRestOfLine) * elements(count));
   for (std::uint32_t i = 0; i < elements(count); ++i) {
     out.append(pcLabel);
     out.appendNumber(i);

@@ -32,6 +32,9 @@ class TextBuilder {
     return at;
   }
 
+  // For text that is about to be appended piece by piece: memory is made for `count` characters of it at once.
+  void reserve(std::size_t count) { room(count); }
+
   // A copy that ends in a NUL, as the exported interface hands out.
   char* copy() const {
     const auto whole = text();

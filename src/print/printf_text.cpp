@@ -1,13 +1,11 @@
 // The text of a print buffer: header block, then one line a value.
 
-#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstring>
-#include <iterator>
 
-#include "fmt_config.h"
 #include "print_buffer.h"
+#include "text.h"
 #include "value_format.h"
 
 namespace zarn::print {
@@ -15,65 +13,65 @@ namespace {
 
 using Submasks = std::array<std::uint32_t, 4>;
 
-constexpr std::string_view kPadNames[kPads] = {"L0_", "L1_", "R0_", "R1_", "U0_", "U1_", "D0_", "D1_"};
+constexpr char kPadNames[kPads][3] = {"L0", "L1", "R0", "R1", "U0", "U1", "D0", "D1"};
 
 // Any of a thread's two bits selects it; the values 1, 2 and 3 mean the same.
 bool isThreadPresent(const Submasks& submasks, std::uint32_t thread) {
   return (submasks[thread / 16] >> (2 * (thread % 16)) & 3) != 0;
 }
 
-// The line's label, and a number below 100 in it.
-class Label {
- public:
-  Label(std::string_view name, std::uint32_t number, std::string_view end) {
-    char* at = std::copy(name.begin(), name.end(), text_);
-    if (number >= 10) *at++ = static_cast<char>('0' + number / 10);
-    *at++ = static_cast<char>('0' + number % 10);
-    length_ = static_cast<std::size_t>(std::copy(end.begin(), end.end(), at) - text_);
-  }
-  std::string_view text() const { return {text_, length_}; }
+constexpr std::size_t kMostHeaderLine = 32;  // with room to spare
+constexpr std::size_t kMostLabel = 32;
 
- private:
-  char text_[32];
-  std::size_t length_;
-};
+template <std::size_t size>
+void appendHeaderLine(Text& out, const char (&name)[size], std::uint32_t number, int base) {
+  char* at = put(makeRoom(out, kMostHeaderLine), name);
+  at = std::to_chars(at, at + 10, number, base).ptr;
+  setEnd(out, put(at, "\n"));
+}
 
 void appendHeaderBlock(Text& out, const PrintBufInfo& info, const Submasks& submasks) {
-  const auto append = [&out](std::string_view name, std::uint32_t number, int base) {
-    char line[32];
-    char* at = std::copy(name.begin(), name.end(), line);
-    at = std::to_chars(at, std::end(line), number, base).ptr;
-    *at++ = '\n';
-    out.append(line, at);
-  };
-  append("Graph Id: ", info.graphId, 10);
-  append("Kernel Id: ", info.kernelId, 10);
-  append("Instance Id: ", info.instanceId, 10);
-  append("Current time: ", info.currentTime, 10);
-  append("Total size: ", info.totalSize, 10);
-  append("submask0: 0x", submasks[0], 16);
-  append("submask1: 0x", submasks[1], 16);
-  append("submask2: 0x", submasks[2], 16);
-  append("submask3: 0x", submasks[3], 16);
+  appendHeaderLine(out, "Graph Id: ", info.graphId, 10);
+  appendHeaderLine(out, "Kernel Id: ", info.kernelId, 10);
+  appendHeaderLine(out, "Instance Id: ", info.instanceId, 10);
+  appendHeaderLine(out, "Current time: ", info.currentTime, 10);
+  appendHeaderLine(out, "Total size: ", info.totalSize, 10);
+  appendHeaderLine(out, "submask0: 0x", submasks[0], 16);
+  appendHeaderLine(out, "submask1: 0x", submasks[1], 16);
+  appendHeaderLine(out, "submask2: 0x", submasks[2], 16);
+  appendHeaderLine(out, "submask3: 0x", submasks[3], 16);
+}
+
+template <std::size_t size>
+void appendThreadLabel(Text& out, std::uint32_t thread, const char (&end)[size]) {
+  char* at = put(makeRoom(out, kMostLabel), "thread_");
+  if (thread >= 10) *at++ = static_cast<char>('0' + thread / 10);
+  *at++ = static_cast<char>('0' + thread % 10);
+  setEnd(out, put(at, end));
 }
 
 void appendThread(Text& out, const InfoPtr& info, const ValueFormat& values, std::uint32_t thread) {
-  values.append(out, Label("thread_", thread, ": ").text(), wordAt(info->data, thread), "\n");
+  appendThreadLabel(out, thread, ": ");
+  values.appendLine(out, wordAt(info->data, thread));
 }
 
 // The halves are two values, each with the whole format; they are never joined into one 64-bit number.
 void append64BitThread(Text& out, const InfoPtr& info, const ValueFormat& values, std::uint32_t thread) {
-  const Label label("thread_", thread, ":\nlow 32 bits:\n");
-  values.append(out, label.text(), wordAt(info->data, thread), "\nhigh 32 bits:\n");
-  values.append(out, {}, wordAt(info->data, kThreads + thread), "\n");
+  appendThreadLabel(out, thread, ":\nlow 32 bits:\n");
+  values.appendLine(out, wordAt(info->data, thread));
+  setEnd(out, put(makeRoom(out, kMostLabel), "high 32 bits:\n"));
+  values.appendLine(out, wordAt(info->data, kThreads + thread));
 }
 
 // 64 lines; `first` is the index of the first pad value.
 void printPad(const InfoPtr& info, const ValueFormat& values, Text& out, std::uint32_t first) {
   for (std::uint32_t pad = 0; pad < kPads; ++pad) {
     for (std::uint32_t lane = 0; lane < kValuesPerPad; ++lane) {
-      const std::uint32_t word = wordAt(info->data, first + kValuesPerPad * pad + lane);
-      values.append(out, Label(kPadNames[pad], lane, ": ").text(), word, "\n");
+      char* at = put(makeRoom(out, kMostLabel), kPadNames[pad]);
+      *at++ = '_';
+      *at++ = static_cast<char>('0' + lane);
+      setEnd(out, put(at, ": "));
+      values.appendLine(out, wordAt(info->data, first + kValuesPerPad * pad + lane));
     }
   }
 }
@@ -92,7 +90,7 @@ void appendBody(Text& out, const InfoPtr& info, const Submasks& submasks) {
       }
       break;
     case 1:  // of a 64-bit value only the low half is shown
-      values.append(out, {}, wordAt(info->data, 0), "\n");
+      values.appendLine(out, wordAt(info->data, 0));
       break;
     case 2:
       printPad(info, values, out, 0);

@@ -199,19 +199,18 @@ void appendGeneral(Text& out, std::string_view format, Value value) {
   fmt::vprintf(out, fmt::string_view(format.data(), format.size()), fmt::printf_args(args));
 }
 
-char* copyTo(char* at, std::string_view text) { return std::copy(text.begin(), text.end(), at); }
+// Character by character: these texts are mostly too short for a call of memcpy() to pay.
+char* copyTo(char* at, std::string_view text) {
+  for (const char c : text) *at++ = c;
+  return at;
+}
+
+bool isFinite(std::uint32_t bits) { return (bits & 0x7F800000) != 0x7F800000; }
 
 }  // namespace
 
 ValueFormat::ValueFormat(const char* format, bool isFloat) : isFloat_(isFloat), format_(format) {
-  const auto percent = format_.find('%');
-  if (!isFloat && percent + 1 < format_.size() && std::string_view("diux").find(format_[percent + 1]) < 4 &&
-      format_.find('%', percent + 1) == std::string_view::npos) {
-    plainConversion_ = format_[percent + 1];
-    prefix_ = format_.substr(0, percent);
-    suffix_ = format_.substr(percent + 2);
-    return;
-  }
+  if (splitPlain()) return;
   FormatCleaner cleaner(format, isFloat ? Argument::kFloat : Argument::kWord, cleanFormat_);
   format_ = bigWordFormat_ = cleaner.clean();
   hasHexFloat_ = cleaner.hasHexFloat();
@@ -220,12 +219,29 @@ ValueFormat::ValueFormat(const char* format, bool isFloat) : isFloat_(isFloat), 
   }
 }
 
-void ValueFormat::append(Text& out, std::string_view before, std::uint32_t word, std::string_view after) const {
-  if (plainConversion_ != '\0') {
-    appendPlain(out, before, word, after);
+bool ValueFormat::splitPlain() {
+  const auto percent = format_.find('%');
+  if (percent == std::string_view::npos || format_.find('%', percent + 1) != std::string_view::npos) return false;
+  auto rest = format_.substr(percent + 1);
+  PlainConversion plain;
+  if (isFloat_ && rest.size() > 2 && rest[0] == '.' && isDigit(rest[1])) {
+    plain.precision = rest[1] - '0';
+    rest.remove_prefix(2);
+  }
+  if (rest.empty() || std::string_view(isFloat_ ? "f" : "diux").find(rest[0]) == std::string_view::npos) return false;
+  plain.type = rest[0];
+  plain_ = plain;
+  prefix_ = format_.substr(0, percent);
+  suffix_ = rest.substr(1);
+  return true;
+}
+
+void ValueFormat::appendLine(Text& out, std::uint32_t word) const {
+  // An infinity and a NaN are {fmt}'s to write.
+  if (plain_.type != '\0' && (!isFloat_ || isFinite(word))) {
+    appendPlainLine(out, word);
     return;
   }
-  out.append(before.begin(), before.end());
   if (!isFloat_) {
     appendGeneral(out, word > INT_MAX ? bigWordFormat_ : format_, word);
   } else if (hasHexFloat_) {
@@ -234,23 +250,30 @@ void ValueFormat::append(Text& out, std::string_view before, std::uint32_t word,
   } else {
     appendGeneral(out, format_, std::bit_cast<float>(word));
   }
-  out.append(after.begin(), after.end());
+  out.push_back('\n');
 }
 
-void ValueFormat::appendPlain(Text& out, std::string_view before, std::uint32_t word, std::string_view after) const {
-  constexpr std::size_t kMostDigits = 11;  // with a sign
-  const std::size_t most = before.size() + prefix_.size() + kMostDigits + suffix_.size() + after.size();
-  out.try_reserve(out.size() + most);
-  char* at = copyTo(copyTo(out.data() + out.size(), before), prefix_);
-  if (plainConversion_ == 'u') {
-    at = std::to_chars(at, at + kMostDigits, word).ptr;
-  } else if (plainConversion_ == 'x') {
-    at = std::to_chars(at, at + kMostDigits, word, 16).ptr;
-  } else {
-    at = std::to_chars(at, at + kMostDigits, static_cast<std::int32_t>(word)).ptr;
+void ValueFormat::appendPlainLine(Text& out, std::uint32_t word) const {
+  constexpr std::size_t kMostCharacters = 50;  // sign, 39 digits, point and 9 digits of a float
+  char* at = copyTo(makeRoom(out, prefix_.size() + kMostCharacters + suffix_.size() + 1), prefix_);
+  char* const limit = at + kMostCharacters;
+  switch (plain_.type) {
+    case 'f':
+      at = std::to_chars(at, limit, std::bit_cast<float>(word), std::chars_format::fixed, plain_.precision).ptr;
+      break;
+    case 'u':
+      at = std::to_chars(at, limit, word).ptr;
+      break;
+    case 'x':
+      at = std::to_chars(at, limit, word, 16).ptr;
+      break;
+    default:
+      at = std::to_chars(at, limit, static_cast<std::int32_t>(word)).ptr;
+      break;
   }
-  at = copyTo(copyTo(at, suffix_), after);
-  out.try_resize(static_cast<std::size_t>(at - out.data()));
+  at = copyTo(at, suffix_);
+  *at++ = '\n';
+  setEnd(out, at);
 }
 
 }  // namespace zarn::print

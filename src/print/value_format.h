@@ -4,9 +4,15 @@
 #include <cstdint>
 #include <string_view>
 
-#include "fmt_config.h"
+#include "text.h"
 
 namespace zarn::print {
+
+// A conversion without flags and the like: d, i, u or x of an integer, f with at most one digit of precision of a float.
+struct PlainConversion {
+  char type = '\0';  // NUL: the format has another conversion, several, or none
+  int precision = 6;
+};
 
 // Formats one 32-bit value at a time with {fmt} 7's printf, after taking out of the format what {fmt} does not stand
 // with its error reports compiled out. Such a conversion gives no text, and uses up its argument as any other does:
@@ -25,17 +31,18 @@ class ValueFormat {
   ValueFormat(const ValueFormat&) = delete;
   ValueFormat& operator=(const ValueFormat&) = delete;
 
-  // Appends the text of `word`, taken as an unsigned integer or as the bits of a float, between `before` and `after`.
-  void append(Text& out, std::string_view before, std::uint32_t word, std::string_view after) const;
+  // Appends the text of `word`, taken as an unsigned integer or as the bits of a float, and ends the line.
+  void appendLine(Text& out, std::uint32_t word) const;
 
  private:
-  void appendPlain(Text& out, std::string_view before, std::uint32_t word, std::string_view after) const;
+  bool splitPlain();
+  void appendPlainLine(Text& out, std::uint32_t word) const;
 
   bool isFloat_;
 
-  // One of d, i, u and x where the format has that conversion alone, on an integer and without flags or the like, and the
-  // texts around it; else NUL. Such a format needs no {fmt}, which would read it anew for each value.
-  char plainConversion_ = '\0';
+  // A format with one plain conversion (PlainConversion says which are) is split into that and the texts around it. It
+  // needs no {fmt}, which would read the format anew for each value.
+  PlainConversion plain_;
   std::string_view prefix_;
   std::string_view suffix_;
 
