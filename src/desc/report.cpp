@@ -45,7 +45,6 @@ constexpr auto kTableEntries = [] {
 void appendTable(TextBuilder& out, const std::uint8_t* bytes, std::uint32_t count) {
   constexpr std::uint32_t kBytesPerRow = 32;
   out.append("Descriptor Table: \n");
-  out.reserve(std::size_t{3} * count + count / kBytesPerRow + 1);
   for (std::uint32_t first = 0; first < count; first += kBytesPerRow) {
     const std::uint32_t length = std::min(kBytesPerRow, count - first);
     char* at = out.grow(3 * length + 1);
@@ -62,8 +61,6 @@ void appendRbSection(TextBuilder& out, std::string_view name, bool has, bool say
     out.append(name);
     out.append(has ? ": yes\n" : ": no\n");
   }
-  constexpr std::size_t kRestOfLine = 25;  // two numbers and what is around them
-  out.reserve((pcLabel.size() + kRestOfLine) * elements(count));
   for (std::uint32_t i = 0; i < elements(count); ++i) {
     out.append(pcLabel);
     out.appendNumber(i);
@@ -88,6 +85,14 @@ void appendEntry(TextBuilder& out, const DescBufInfo& record, const Labels& labe
                   record.rbReleasePcs, record.rbReleaseCount);
 }
 
+// About as many characters as appendEntry() writes, and not fewer.
+std::size_t textSize(const Entry& entry) {
+  constexpr std::size_t kFixedLines = 200;
+  constexpr std::size_t kPcLine = 42;
+  const std::size_t bytes = elements(entry.descSize);
+  return kFixedLines + 3 * bytes + bytes / 32 + kPcLine * entry.counts.total();
+}
+
 }  // namespace
 
 void appendReport(TextBuilder& out, const DescBufInfo& record) {
@@ -107,7 +112,8 @@ void appendArrayReport(TextBuilder& out, std::uint32_t index, const DescBufInfo*
 }  // namespace zarn::desc
 
 // Both reports use one record for all entries, which never leaves the library: making and releasing the memory of a
-// record of its own for each took longer than to write its text.
+// record of its own for each took longer than to write its text. The text's memory is made at once, from what locating the
+// entries tells.
 
 char* db_get_desc_string(const void* buffer, std::uint64_t size) {
   using namespace zarn::desc;
@@ -116,6 +122,7 @@ char* db_get_desc_string(const void* buffer, std::uint64_t size) {
   if (!entry) return nullptr;  // where the array report gives an empty text; it is meant
   RecordBuffer record;
   TextBuilder out;
+  out.reserve(textSize(*entry));
   appendReport(out, record.fill(log, *entry));
   return out.copy();
 }
@@ -125,8 +132,11 @@ char* db_get_desc_string_array(const void* buffer, std::uint64_t size) {
   const Log log(buffer, size);
   TextBuilder out;
   if (log.isReadable()) {
-    EntryWalk walk(log);
+    std::size_t characters = 0;
+    for (EntryWalk walk(log); const auto entry = walk.next();) characters += textSize(*entry);
+    out.reserve(characters);
     RecordBuffer record;
+    EntryWalk walk(log);
     for (std::uint32_t i = 0; const auto entry = walk.next(); ++i) appendArrayReport(out, i, &record.fill(log, *entry));
   }
   return out.copy();
