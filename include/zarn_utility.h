@@ -35,11 +35,17 @@
 #include <stddef.h>
 #include <stdint.h>
 
-/* Version of the library that this header belongs to. */
+/* Version of the library that this header belongs to. It stands here alone; build and packages read these numbers. */
 #define ZARN_UTILITY_VERSION_MAJOR 1
 #define ZARN_UTILITY_VERSION_MINOR 3
 #define ZARN_UTILITY_VERSION_PATCH 1
-#define ZARN_UTILITY_VERSION "1.3.1"
+
+/* The same as a text. */
+#define ZARN_UTILITY_VERSION                    \
+  ZARN_UTILITY_TEXT(ZARN_UTILITY_VERSION_MAJOR) \
+  "." ZARN_UTILITY_TEXT(ZARN_UTILITY_VERSION_MINOR) "." ZARN_UTILITY_TEXT(ZARN_UTILITY_VERSION_PATCH)
+#define ZARN_UTILITY_TEXT(number) ZARN_UTILITY_TEXT_(number)
+#define ZARN_UTILITY_TEXT_(number) #number
 
 #if defined(__GNUC__)
 #define ZARN_UTILITY_API __attribute__((visibility("default")))
