@@ -13,13 +13,13 @@ if(NOT fmt_FOUND)
   FetchContent_MakeAvailable(fmt)
 endif()
 
-find_path(XXHASH_INCLUDE_DIR xxhash.h)
-if(NOT XXHASH_INCLUDE_DIR)
+find_path(ZARN_UTILITY_XXHASH_INCLUDE_DIR xxhash.h DOC "Where xxhash.h lies")
+if(NOT ZARN_UTILITY_XXHASH_INCLUDE_DIR)
   FetchContent_Declare(xxhash
     URL https://github.com/Cyan4973/xxHash/archive/v0.8.1.tar.gz
     URL_HASH SHA256=3bb6b7d6f30c591dd65aaaff1c8b7a5b94d81687998ca9400082c739a690436c)
   FetchContent_MakeAvailable(xxhash)  # a header alone: nothing is built
-  set(XXHASH_INCLUDE_DIR ${xxhash_SOURCE_DIR})
+  set(ZARN_UTILITY_XXHASH_INCLUDE_DIR ${xxhash_SOURCE_DIR})
 endif()
 add_library(xxhash_header INTERFACE)
-target_include_directories(xxhash_header SYSTEM INTERFACE ${XXHASH_INCLUDE_DIR})
+target_include_directories(xxhash_header SYSTEM INTERFACE ${ZARN_UTILITY_XXHASH_INCLUDE_DIR})
