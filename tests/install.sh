@@ -1,0 +1,72 @@
+#!/usr/bin/env bash
+# Installs a build, moves the installation elsewhere, and uses it from there as others would: install.sh BUILD VERSION
+# Compilers and flags are taken from the environment (CC, CXX, CFLAGS, CXXFLAGS, LDFLAGS).
+set -eu
+build=$1 version=$2
+source=$(realpath "$(dirname "$0")/..")
+samples=$source/examples
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+unset DESTDIR PKG_CONFIG_PATH CMAKE_PREFIX_PATH
+
+check() {  # check WHAT EXPECTED FOUND
+  [ "$2" = "$3" ] && return
+  printf '%s: expected\n%s\nfound\n%s\n' "$1" "$2" "$3"
+  exit 1
+}
+
+cmake --install "$build" --prefix "$work/first" >/dev/null
+mkdir "$work/moved"
+mv "$work/first" "$work/moved/prefix"
+prefix=$work/moved/prefix
+library=$(find "$prefix" -name libzarn_clc_zarn_utility.so)
+export LD_LIBRARY_PATH=${library%/*}  # for the C program alone: CMake writes the place into what it builds
+
+# The tool, which finds its library by itself.
+tool() { env -u LD_LIBRARY_PATH "$prefix/bin/zarn-utility" "$@"; }
+check "version of the tool" "zarn-utility $version" "$(tool --version)"
+check "version of the man page" 1 "$(grep -c "^\.Os zarn-utility $version$" "$prefix/share/man/man1/zarn-utility.1")"
+
+# Files that name this build or the first prefix could not be moved.
+check "places in the installed files" "" "$(grep -rIlFe "$work" -e "$(realpath "$build")" -e "$source" "$prefix" || true)"
+
+buffers=("$samples"/print/{masked-64bit,single-float,all-i32}.bin)
+printed=$(for buffer in "${buffers[@]}"; do tool print --strings "$samples/print/strings.bin" "$buffer"; done)
+listed="PC 900: RingBufferATE, descriptor of 0 bytes, release at 1000
+PC 608: RingBufferATE, descriptor of 128 bytes, release at 900
+PC 608: RingBufferATE, descriptor of 128 bytes
+PC 96: eDMA, descriptor of 64 bytes
+515be5711044d920 uses eDMA"
+inputs=("$samples/log/ring-buffer-ate.bin" "$samples/kernel/with-edma.bin")
+
+# C, by pkg-config.
+export PKG_CONFIG_PATH=${library%/*}/pkgconfig
+check "version of the pkg-config file" "$version" "$(pkg-config --modversion zarn_utility)"
+# shellcheck disable=SC2046,SC2086  # flags are several words
+${CC:-cc} -std=c99 ${CFLAGS:-} "$samples/decode.c" -o "$work/decode" \
+  $(pkg-config --cflags --libs zarn_utility) ${LDFLAGS:-}
+check "C by pkg-config" "$printed" "$("$work/decode" "$samples/print/strings.bin" "${buffers[@]}")"
+unset LD_LIBRARY_PATH
+
+consumer() {  # consumer NAME OPTION...
+  local name=$1
+  shift
+  {
+    cmake -S "$source/tests/consumer" -B "$work/$name" -DCMAKE_INSTALL_PREFIX="$work/$name/prefix" "$@"
+    cmake --build "$work/$name"
+  } >"$work/$name.log" 2>&1 || { cat "$work/$name.log"; exit 1; }
+  check "C++ by $name" "$listed" "$("$work/$name/decode" "${inputs[@]}")"
+}
+
+# C++, by find_package.
+consumer package -DCMAKE_PREFIX_PATH="$prefix"
+check "version of the CMake package" "$version" \
+  "$(sed -n 's/^set(PACKAGE_VERSION "\(.*\)")$/\1/p' "$prefix"/*/cmake/zarn_utility/zarn_utility-config-version.cmake)"
+
+# C++, as a subproject, which keeps to itself.
+consumer subproject -DZARN_UTILITY_SOURCE="$source"
+check "tests of a subproject" "Total Tests: 0" "$(ctest --test-dir "$work/subproject" -N | grep Total)"
+cmake --install "$work/subproject" >/dev/null
+check "installed by a subproject" "" "$(find "$work/subproject/prefix" -type f 2>/dev/null)"
+check "a subproject's cache entries" "" "$(grep -E '^[A-Za-z]' "$work/subproject/CMakeCache.txt" |
+  grep -vE '^(CMAKE|ZARN_UTILITY|zarn_utility|consumer|FETCHCONTENT|PKG_CONFIG|fmt)_|:INTERNAL=|:STATIC=' || true)"
