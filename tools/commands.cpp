@@ -36,6 +36,7 @@ int decodeAll(const Names& names, const std::function<std::string(const std::str
       complain(name, problem);
       status = kBadInput;
     }
+    if (std::ferror(stdout) != 0) break;  // what follows would be lost too, and finish() needs errno as it is
   }
   return finish(status);
 }
@@ -133,7 +134,7 @@ int lookForEdma(const Names& kernels) {
 
 void complain(const std::string& name, const std::string& problem) {
   std::fflush(stdout);  // so that the line stands where it belongs when both go to one terminal
-  std::fprintf(stderr, "zarn-utility: %s: %s\n", name.c_str(), problem.c_str());
+  std::fprintf(stderr, "zarn-utility: %s: %s\n", name.empty() ? "''" : name.c_str(), problem.c_str());
 }
 
 int finish(int status) {

@@ -13,6 +13,19 @@ namespace {
 const char* const kExitStatus =
     "Exit status: 0 when every input was decoded, 1 when one could not be read or decoded, 2 for wrong usage.";
 
+// An unknown argument is named first, since what the parser misses often follows from it.
+void complain(const CLI::App& app, const CLI::ParseError& error) {
+  auto unknown = app.remaining(true);
+  std::erase(unknown, "--");
+  if (unknown.empty()) {
+    std::fprintf(stderr, "zarn-utility: %s (see zarn-utility --help)\n", error.what());
+  } else {
+    const bool isOption = unknown.front().size() > 1 && unknown.front().front() == '-';
+    tool::complain(unknown.front(), isOption ? "unknown option (see zarn-utility --help)"
+                                             : "unknown subcommand (see zarn-utility --help)");
+  }
+}
+
 int run(int argc, char** argv) {
   CLI::App app("Makes sense of what a Zarn compute processor leaves behind.", "zarn-utility");
   app.set_version_flag("--version", "zarn-utility " ZARN_UTILITY_VERSION);
@@ -49,7 +62,7 @@ int run(int argc, char** argv) {
     }
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return tool::finish(app.exit(error));  // --help, --version
-    std::fprintf(stderr, "zarn-utility: %s (see zarn-utility --help)\n", error.what());
+    complain(app, error);
     return tool::kWrongUsage;
   }
 
