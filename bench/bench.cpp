@@ -190,8 +190,9 @@ void grow(const char* name, const std::function<Pair(std::uint32_t)>& ofSize) {
 }
 
 void compareAll() {
-  std::puts("| workload | group | library, us | plain, us | ratio | target | | allocations | text, GB/s |\n"
-            "|---|---|--:|--:|--:|--:|---|--:|--:|");
+  std::puts(
+      "| workload | group | library, us | plain, us | ratio | target | | allocations | text, GB/s |\n"
+      "|---|---|--:|--:|--:|--:|---|--:|--:|");
   compare(kPlainConversions, "64 threads, `%u`", print(0, 2, 64, "%u"));
   compare(kPlainConversions, "64 threads, `count = %d items`", print(0, 2, 64, "count = %d items"));
   compare(kPlainConversions, "64 threads, `i=%i`", print(0, 2, 64, "i=%i"));

@@ -112,9 +112,24 @@ DescBufInfo* decodeEntry(const Log& log, std::uint32_t& writeOffset) {
   for (std::uint32_t i = 0; i < size; ++i) desc[i] = static_cast<std::uint8_t>(log.u8(start + 4 + i));
   const bool overSized = log.totalUsed() != log.writeOffset();
   writeOffset = start;
-  return new DescBufInfo{1, overSized, newest == kEdma, newest == kGlsu, isRingBuffer, counts[0] != 0, counts[1] != 0,
-                         counts[2] != 0, log.totalUsed(), pc, size, desc, counts[0], pcs[0], counts[1], pcs[1],
-                         counts[2], pcs[2]};
+  return new DescBufInfo{1,
+                         overSized,
+                         newest == kEdma,
+                         newest == kGlsu,
+                         isRingBuffer,
+                         counts[0] != 0,
+                         counts[1] != 0,
+                         counts[2] != 0,
+                         log.totalUsed(),
+                         pc,
+                         size,
+                         desc,
+                         counts[0],
+                         pcs[0],
+                         counts[1],
+                         pcs[1],
+                         counts[2],
+                         pcs[2]};
 }
 
 void writeSection(std::ostream& out, const char* name, const char* label, const std::uint32_t* pcs, std::uint32_t count,

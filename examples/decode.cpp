@@ -24,7 +24,8 @@ int main(int argc, char** argv) {
     const DescBufInfo& entry = *entries[i];
     const char* type = entry.isEdma ? "eDMA" : entry.isGlsu ? "GLSU" : "RingBufferATE";
     std::printf("PC %" PRIu32 ": %s, descriptor of %" PRIu32 " bytes", entry.pc, type, entry.descSize);
-    for (std::uint32_t j = 0; j < entry.rbReleaseCount; ++j) std::printf(", release at %" PRIu32, entry.rbReleasePcs[j]);
+    for (std::uint32_t j = 0; j < entry.rbReleaseCount; ++j)
+      std::printf(", release at %" PRIu32, entry.rbReleasePcs[j]);
     std::printf("\n");
   }
   db_free_desc_buffer_info_array(entries, static_cast<std::int32_t>(count));

@@ -13,12 +13,12 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 // An invariant, also in a release build.
-#define REQUIRE(condition)                                                        \
-  do {                                                                            \
-    if (!(condition)) {                                                           \
+#define REQUIRE(condition)                                                         \
+  do {                                                                             \
+    if (!(condition)) {                                                            \
       std::fprintf(stderr, "%s:%d: not so: %s\n", __FILE__, __LINE__, #condition); \
-      std::abort();                                                               \
-    }                                                                             \
+      std::abort();                                                                \
+    }                                                                              \
   } while (false)
 
 // Takes an input apart from its front; gives zeros behind its end.

@@ -67,8 +67,8 @@ struct Print {
       }
     }
     for (std::uint32_t i = 0; i < 64 && type >= 2; ++i) {
-      text += std::string("LLRRUUDD").substr(i / 8, 1) + std::to_string(i / 8 % 2) + "_" + std::to_string(i % 8) + ": " +
-              value((type == 3 ? 64 : 0) + i);
+      text += std::string("LLRRUUDD").substr(i / 8, 1) + std::to_string(i / 8 % 2) + "_" + std::to_string(i % 8) +
+              ": " + value((type == 3 ? 64 : 0) + i);
     }
     return text;
   }
@@ -114,9 +114,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (!isDecoded) {
     REQUIRE(db_get_printf_string(exact.data(), exact.size(), table.data(), table.size()) == nullptr);
   } else {
-    const auto text = textOf(
-        [&] { return db_get_printf_string(exact.data(), exact.size(), table.data(), table.size()); },
-        db_free_printf_string);
+    const auto text =
+        textOf([&] { return db_get_printf_string(exact.data(), exact.size(), table.data(), table.size()); },
+               db_free_printf_string);
     const auto header = fmt::format(
         "Graph Id: 0\nKernel Id: 0\nInstance Id: 0\nCurrent time: 0\nTotal size: 0\n"
         "submask0: {0:#x}\nsubmask1: {0:#x}\nsubmask2: {0:#x}\nsubmask3: {0:#x}\n",

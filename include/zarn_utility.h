@@ -94,17 +94,18 @@ extern "C" {
 
 /* The checked header of a print buffer. */
 typedef struct PrintBufInfo {
-  uint32_t printType;      /* 0 to 3, from the print kind as above */
-  bool is64Bit;            /* data type 3 or 4 */
-  bool isFloat;            /* data type 5 or 6 */
-  uint32_t currentTime;    /* word at byte 4 */
-  uint32_t totalSize;      /* word at byte 8 */
-  uint32_t graphId;        /* word at byte 12 */
-  uint32_t kernelId;       /* word at byte 16 */
-  uint32_t instanceId;     /* word at byte 20 */
-  const uint32_t* subMask; /* the caller's buffer at byte 24: 4 words. As unaligned as the buffer is; read with memcpy */
-  const char* format;      /* the caller's string table at the format offset */
-  const uint32_t* data;    /* the caller's buffer at byte 44: 128 words. As unaligned as the buffer is */
+  uint32_t printType;   /* 0 to 3, from the print kind as above */
+  bool is64Bit;         /* data type 3 or 4 */
+  bool isFloat;         /* data type 5 or 6 */
+  uint32_t currentTime; /* word at byte 4 */
+  uint32_t totalSize;   /* word at byte 8 */
+  uint32_t graphId;     /* word at byte 12 */
+  uint32_t kernelId;    /* word at byte 16 */
+  uint32_t instanceId;  /* word at byte 20 */
+  const uint32_t*
+      subMask;          /* the caller's buffer at byte 24: 4 words. As unaligned as the buffer is; read with memcpy */
+  const char* format;   /* the caller's string table at the format offset */
+  const uint32_t* data; /* the caller's buffer at byte 44: 128 words. As unaligned as the buffer is */
 } PrintBufInfo;
 
 /*

@@ -101,8 +101,9 @@ TEST(DescRecord, DecodesTheNewestEntryAtEveryLimit) {
       {"NP without a header", logOf(256, 92, {record(92, 1, 16, "NP")}), "RB" + noPc + " NP 1 no EL no RL"},
       {"no units", logOf(256, 92, {header(16, 0), record(92, 1, 16, "RB")}), "RB pc 1 size 0 no NP no EL no RL"},
       {"PCs oldest first, the entry's PC from before its start",
-       logOf(512, 200, {record(32, 5, 0, "RB"), header(32, 1), record(168, 1, 32, "EL"), record(176, 2, 32, "NP"),
-                        record(184, 3, 32, "EL"), record(192, 4, 32, "RL"), record(200, 6, 32, "NP")}),
+       logOf(512, 200,
+             {record(32, 5, 0, "RB"), header(32, 1), record(168, 1, 32, "EL"), record(176, 2, 32, "NP"),
+              record(184, 3, 32, "EL"), record(192, 4, 32, "RL"), record(200, 6, 32, "NP")}),
        "RB pc 5 size 128 NP 2,6 EL 1,3 RL 4"},
 
       // The test at size - 76 and the cut to size - 128.
@@ -149,15 +150,20 @@ TEST(DescRecord, DecodesTheNewestEntryAtEveryLimit) {
        logOf(256, 8, {record(8, 1, 100, "NP"), record(64, 2, 0, "EL"), record(56, 3, 0, "EL"), record(72, 4, 0, "EL")}),
        "RB" + noPc + " NP 0 EL 3,2 no RL"},
       {"records all round the ring",
-       logOf(96, 0, {record(8, 1, 90, "EL"), record(16, 2, 90, "EL"), record(24, 3, 90, "EL"), record(32, 4, 90, "EL")}),
+       logOf(96, 0,
+             {record(8, 1, 90, "EL"), record(16, 2, 90, "EL"), record(24, 3, 90, "EL"), record(32, 4, 90, "EL")}),
        "RB" + noPc + " no NP EL 1,2,3,4 no RL"},
 
       // Rings of more than 65,536 bytes: the newest tag, the start offset and the PC are looked for 16 bits wide, the
       // walk is not.
       {"cut positions", logOf(131136, 0, {header(100, 1), record(65536, 7, 100, "ED")}), "eDMA pc 7 size 64"},
       {"uncut positions",
-       logOf(131136, 0, {header(100, 1), {92, 4, 8}, record(65536, 7, 100, "NP"), record(131072, 5, 0, "EL"),
-                         record(131064, 6, 0, "EL")}),
+       logOf(131136, 0,
+             {header(100, 1),
+              {92, 4, 8},
+              record(65536, 7, 100, "NP"),
+              record(131072, 5, 0, "EL"),
+              record(131064, 6, 0, "EL")}),
        "RB pc 8 size 128 no NP EL 6,5 no RL"},
   };
   for (const auto& row : rows) {
@@ -184,8 +190,8 @@ TEST(DescRecord, CopiesTheDescriptorRoundTheRing) {
 }
 
 TEST(DescArray, WalksFromTheNewestBackwards) {
-  const std::vector<Poke> three = {header(0, 1),   record(76, 1, 0, "ED"),    header(76, 1),
-                                   record(152, 2, 76, "ED"), header(152, 1), record(228, 3, 152, "GL")};
+  const std::vector<Poke> three = {header(0, 1),   record(76, 1, 0, "ED"),   header(76, 1), record(152, 2, 76, "ED"),
+                                   header(152, 1), record(228, 3, 152, "GL")};
   const auto same = [](std::size_t count, const std::string& text) { return std::vector<std::string>(count, text); };
   // Entries of 20 records whose start offset leads back to the write offset.
   const auto circle = [](const char* tag) {
@@ -202,13 +208,11 @@ TEST(DescArray, WalksFromTheNewestBackwards) {
       {"too short", logOf(64, 0, {}), {"null", "77"}},
       {"a ring of 75 bytes is empty", logOf(139, 8, {header(20, 0), record(8, 1, 20, "ED")}), {}},
       {"a ring of 76 bytes", logOf(140, 8, {header(8, 0), record(8, 1, 8, "ED")}), {"eDMA pc 1 size 0"}},
-      {"three entries", logOf(1088, 228, three),
-       {"GLSU pc 3 size 64", "eDMA pc 2 size 64", "eDMA pc 1 size 64"}},
+      {"three entries", logOf(1088, 228, three), {"GLSU pc 3 size 64", "eDMA pc 2 size 64", "eDMA pc 1 size 64"}},
       {"damaged newest entry", logOf(1088, 230, three), {}},
       {"circle up to the limit", logOf(1088, 8, {header(8, 1), record(8, 1, 8, "ED")}), same(13, "eDMA pc 1 size 64")},
       {"circle up to the budget", logOf(1088, 8, {header(8, 2), record(8, 1, 8, "ED")}), same(8, "eDMA pc 1 size 128")},
-      {"budget met exactly", logOf(280, 8, {header(8, 2), record(8, 1, 8, "ED"), {10, 2, 3}}),
-       {"eDMA pc 1 size 192"}},
+      {"budget met exactly", logOf(280, 8, {header(8, 2), record(8, 1, 8, "ED"), {10, 2, 3}}), {"eDMA pc 1 size 192"}},
       {"next pointers use up the budget", circle("NP"), same(6, "RB pc 4294967295 size 0 NP " + ones + " no EL no RL")},
       {"ends do not", circle("EL"), same(13, "RB pc 4294967295 size 0 no NP EL " + ones + " no RL")},
       {"releases do not", circle("RL"), same(13, "RB pc 4294967295 size 0 no NP no EL RL " + ones)},
@@ -223,8 +227,9 @@ TEST(DescArray, WalksFromTheNewestBackwards) {
 }
 
 TEST(DescArray, AllocatesExactlyWhatIsStated) {
-  const auto log = logOf(1088, 236, {header(0, 1), record(76, 1, 0, "ED"), header(76, 1), record(212, 2, 76, "NP"),
-                                     record(220, 2, 76, "RL"), record(228, 3, 76, "RL"), record(236, 3, 76, "RL")});
+  const auto log = logOf(1088, 236,
+                         {header(0, 1), record(76, 1, 0, "ED"), header(76, 1), record(212, 2, 76, "NP"),
+                          record(220, 2, 76, "RL"), record(228, 3, 76, "RL"), record(236, 3, 76, "RL")});
   const std::string newest = "80 4[] 0[] 12[] 128[]";
   {
     const AllocationLog allocations;
@@ -242,8 +247,8 @@ TEST(DescArray, AllocatesExactlyWhatIsStated) {
 
 // A record as no log gives it: every array is as long as its count says, up to what the test provides.
 struct HandMade : DescBufInfo {
-  HandMade(std::uint8_t isValid, std::uint8_t isOverSized, std::initializer_list<std::uint8_t> flags, std::uint32_t total,
-           std::uint32_t pcValue, std::vector<std::uint8_t> table, std::vector<std::uint32_t> next,
+  HandMade(std::uint8_t isValid, std::uint8_t isOverSized, std::initializer_list<std::uint8_t> flags,
+           std::uint32_t total, std::uint32_t pcValue, std::vector<std::uint8_t> table, std::vector<std::uint32_t> next,
            std::vector<std::uint32_t> end, std::vector<std::uint32_t> release)
       : DescBufInfo(), table_(table), next_(next), end_(end), release_(release) {
     valid = isValid;
@@ -316,7 +321,7 @@ TEST(DescReport, SaysExactlyWhatTheRecordHolds) {
       "PC: 608\nType: RingBufferATE\nSize: 3\nDescriptor Table: \n 01 02 ab\n\nRB_next_PTR: yes\n"
       "qel_next_ptr PC[0] : 320\nqel_next_ptr PC[1] : 352\n\nRB_end: yes\nqel_rb_end PC[0] : 736\n\nRB_release: no\n";
   EXPECT_EQ(report({&edma, &second}), edmaHeader + "\nDescBufInfo 0 in Array :\nPC: 96\n" + edmaTable +
-                                         "\nDescBufInfo 1 in Array :\n" + secondText);
+                                          "\nDescBufInfo 1 in Array :\n" + secondText);
   EXPECT_EQ(report({nullptr, &second, &invalid, &second}),
             "\nDescBufInfo 1 in Array :\n" + secondText + "\nDescBufInfo 3 in Array :\n" + secondText);
 }

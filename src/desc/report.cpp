@@ -143,6 +143,6 @@ char* db_get_desc_string_array(const void* buffer, std::uint64_t size) {
 }
 
 void db_free_desc_string(char** text) {
-  delete[] *text;
+  delete[] * text;
   *text = nullptr;
 }

@@ -128,6 +128,6 @@ char* db_get_printf_string(const void* buffer, std::size_t bufferSize, const cha
 }
 
 void db_free_printf_string(char** text) {
-  delete[] *text;
+  delete[] * text;
   *text = nullptr;
 }
