@@ -41,7 +41,7 @@ struct Print {
 std::uint32_t bits(double value) { return std::bit_cast<std::uint32_t>(static_cast<float>(value)); }
 
 // A few words with a value of their own, the others zero.
-std::function<std::uint32_t(std::uint32_t)> only(std::vector<std::pair<std::uint32_t, std::uint32_t>> words) {
+std::function<std::uint32_t(std::uint32_t)> only(const std::vector<std::pair<std::uint32_t, std::uint32_t>>& words) {
   return [words](std::uint32_t index) {
     for (const auto& [at, value] : words) {
       if (at == index) return value;

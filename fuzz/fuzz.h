@@ -1,5 +1,5 @@
-// What the fuzz targets share. Each target defines LLVMFuzzerTestOneInput(); libFuzzer calls it with what it makes up, and
-// replay.cpp with files.
+// What the fuzz targets share. Each target defines LLVMFuzzerTestOneInput(); libFuzzer calls it with what it makes up,
+// and replay.cpp with files.
 #pragma once
 
 #include <cstddef>

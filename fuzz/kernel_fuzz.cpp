@@ -5,23 +5,30 @@
 
 namespace {
 
+// Behind the head.
+unsigned parcelsOf(unsigned head) {
+  switch (head & 0x7F) {
+    case 31:
+      return 2;
+    case 63:
+      return 3;
+    case 127:
+      return 4 + (head >> 12) % 8;
+    default:
+      return (head & 3) == 3 ? 1 : 0;
+  }
+}
+
 int plainScan(const std::string& bytes) {
   const auto at = [&bytes](std::size_t i) { return i < bytes.size() ? static_cast<std::uint8_t>(bytes[i]) : 0U; };
-  for (std::size_t i = 0; i < bytes.size();) {
+  unsigned parcels = 0;
+  for (std::size_t i = 0; i < bytes.size(); i += 2 + std::size_t{2} * parcels) {
     const unsigned head = at(i) | at(i + 1) << 8;
-    const unsigned opcode = head & 0x7F;
-    if ((head & 3) != 3) {
-      if (i + 4 < bytes.size() && bytes.compare(i, 4, "prot") == 0) return 0;
-      i += 2;
-    } else if (opcode == 31 || opcode == 59 || opcode == 63 || opcode == 127) {
-      const unsigned parcels = opcode == 31 ? 2 : opcode == 59 ? 1 : opcode == 63 ? 3 : 4 + (head >> 12) % 8;
-      const unsigned counted = (head >> 7) % 4 + (head >> 9) % 4 + (head >> 11) % 2 + 2 * (head >> 15);
-      const std::size_t slot = i + 2 + std::size_t{2} * counted;
-      if (parcels == counted + 2 && (at(slot) & 0x40) == 0x40 && (at(slot + 3) & 0xF9) == 0xF9) return 1;
-      i += 2 + std::size_t{2} * parcels;
-    } else {
-      i += 4;
-    }
+    parcels = parcelsOf(head);
+    if (i + 4 < bytes.size() && bytes.compare(i, 4, "prot") == 0) return 0;
+    const unsigned counted = (head >> 7) % 4 + (head >> 9) % 4 + (head >> 11) % 2 + 2 * (head >> 15);
+    const std::size_t slot = i + 2 + std::size_t{2} * counted;
+    if (parcels == counted + 2 && (at(slot) & 0x40) == 0x40 && (at(slot + 3) & 0xF9) == 0xF9) return 1;
   }
   return 0;
 }

@@ -54,7 +54,7 @@ class LogMaker {
   void entry(std::uint32_t tag, std::uint32_t units) {
     start_ = at_;
     append(0x5453 | units << 16, 4);
-    at_ = (at_ + units * (tag < 2 ? 64 : 128)) % ring_;
+    at_ = (at_ + units * (tag < 2 ? 64U : 128U)) % ring_;
     record(tag, units);
   }
 
@@ -83,7 +83,7 @@ void requireValid(const DescBufInfo& info, std::size_t size) {
   REQUIRE(info.hasRbNextPtr == (info.rbNextPtrCount != 0) && info.hasRbEnd == (info.rbEndCount != 0) &&
           info.hasRbRelease == (info.rbReleaseCount != 0));
   REQUIRE(std::uint64_t{info.rbNextPtrCount} + info.rbEndCount + info.rbReleaseCount <= (size - 64) / 8 + 1);
-  REQUIRE(info.descSize <= (size < 76 ? 65535 * 128 : size - 76));
+  REQUIRE(info.descSize <= (size < 76 ? std::size_t{65535} * 128 : size - 76));
 }
 
 void replaceAll(std::string& text, const std::string& from, const std::string& to) {

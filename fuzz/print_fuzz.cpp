@@ -74,55 +74,82 @@ struct Print {
   }
 };
 
+constexpr std::uint32_t kTypes[] = {0, 0, 1, 1, 0, 2, 3, 3, 1};  // by print kind
+
+// The print buffer that the input stands for, and where it and its format lie.
+struct Case {
+  std::uint32_t kind;
+  std::uint32_t dataType;
+  std::uint32_t offset;
+  std::size_t size;
+  bool isAccepted;
+  bool isComparable;  // with what {fmt} itself gives
+  Print print;
+
+  explicit Case(Input input)
+      : kind(input.byte() % 10),
+        dataType(input.byte() % 9),
+        offset(input.byte() % 4),
+        size(input.byte() == 0xFF ? 619 : 620),
+        isAccepted(size == 620 && kind <= 8 && dataType <= 7),
+        print{isAccepted ? kTypes[kind] : 0,
+              dataType == 3 || dataType == 4,
+              dataType == 5 || dataType == 6,
+              input.word(4),
+              {},
+              {}} {
+    const std::uint32_t seeds[] = {input.word(4), input.word(4)};
+    print.format = tamed(input.rest().substr(0, 200));
+    print.format.resize(std::strlen(print.format.c_str()));
+    isComparable = isSafe(print.format);
+    const bool hasCount = print.format.find('*') != std::string::npos;
+    for (std::uint32_t i = 0; i < 128; ++i) {
+      print.words[i] = seeds[i % 2] + i / 2 * 0x01010101U * (seeds[0] & 1);
+      if (!hasCount) continue;
+      if (print.words[i] <= INT_MAX) print.words[i] %= 1000;
+      isComparable = isComparable && (print.isFloat || print.words[i] <= INT_MAX);
+    }
+  }
+
+  std::string buffer() const {
+    std::string bytes(620, '\0');
+    put(bytes, 0, kind | dataType << 6 | 0x20, 4);
+    for (std::size_t i = 0; i < 4; ++i) put(bytes, 24 + 4 * i, print.submask, 4);
+    put(bytes, 40, offset, 4);
+    for (std::size_t i = 0; i < 128; ++i) put(bytes, 44 + 4 * i, print.words[i], 4);
+    return bytes.substr(0, size);
+  }
+};
+
+void checkText(const Case& input, const ExactBytes& buffer, const ExactBytes& table) {
+  const auto text =
+      textOf([&] { return db_get_printf_string(buffer.data(), buffer.size(), table.data(), table.size()); },
+             db_free_printf_string);
+  const auto header = fmt::format(
+      "Graph Id: 0\nKernel Id: 0\nInstance Id: 0\nCurrent time: 0\nTotal size: 0\n"
+      "submask0: {0:#x}\nsubmask1: {0:#x}\nsubmask2: {0:#x}\nsubmask3: {0:#x}\n",
+      input.print.submask);
+  REQUIRE(text.starts_with(header));
+  if (input.isComparable) REQUIRE(text == header + input.print.body());
+}
+
 Share share;
 
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  Input input(data, size);
-  const std::uint32_t kind = input.byte() % 10;
-  const std::uint32_t dataType = input.byte() % 9;
-  const std::uint32_t offset = input.byte() % 4;
-  const std::size_t cut = input.byte() == 0xFF ? 1 : 0;
-  constexpr std::uint32_t kTypes[] = {0, 0, 1, 1, 0, 2, 3, 3, 1, 0};
-  Print print{kTypes[kind], dataType == 3 || dataType == 4, dataType == 5 || dataType == 6, input.word(4), {}, {}};
-  const std::uint32_t seeds[] = {input.word(4), input.word(4)};
-  print.format = tamed(input.rest().substr(0, 200));
-  print.format.resize(std::strlen(print.format.c_str()));
-  const bool hasCount = print.format.find('*') != std::string::npos;
-  bool isSmall = true;
-  for (std::uint32_t i = 0; i < 128; ++i) {
-    print.words[i] = seeds[i % 2] + i / 2 * 0x01010101U * (seeds[0] & 1);
-    if (hasCount && print.words[i] <= INT_MAX) print.words[i] %= 1000;
-    isSmall = isSmall && print.words[i] <= INT_MAX;
-  }
-
-  std::string buffer(620 - cut, '\0');
-  put(buffer, 0, kind | dataType << 6 | 0x20, 4);
-  for (std::size_t i = 0; i < 4; ++i) put(buffer, 24 + 4 * i, print.submask, 4);
-  put(buffer, 40, offset, 4);
-  for (std::size_t i = 0; i < 128; ++i) put(buffer, 44 + 4 * i, print.words[i], 4);
-  const ExactBytes exact(buffer, offset);
-  const ExactBytes table(std::string(offset, '%') + print.format + '\0');
-
+  const Case input(Input(data, size));
+  const ExactBytes buffer(input.buffer(), input.offset);
+  const ExactBytes table(std::string(input.offset, '%') + input.print.format + '\0');
   const long before = liveAllocations();
-  PrintBufInfo* info = db_get_print_buffer_info(exact.data(), exact.size(), table.data(), table.size());
-  const bool isDecoded = info != nullptr;
-  REQUIRE(isDecoded == (cut == 0 && kind <= 8 && dataType <= 7));
+  PrintBufInfo* info = db_get_print_buffer_info(buffer.data(), buffer.size(), table.data(), table.size());
+  share.count(info != nullptr);
+  REQUIRE(input.isAccepted == (info != nullptr));
   db_free_print_buffer_info(&info);
-  share.count(isDecoded);
-  if (!isDecoded) {
-    REQUIRE(db_get_printf_string(exact.data(), exact.size(), table.data(), table.size()) == nullptr);
+  if (input.isAccepted) {
+    checkText(input, buffer, table);
   } else {
-    const auto text =
-        textOf([&] { return db_get_printf_string(exact.data(), exact.size(), table.data(), table.size()); },
-               db_free_printf_string);
-    const auto header = fmt::format(
-        "Graph Id: 0\nKernel Id: 0\nInstance Id: 0\nCurrent time: 0\nTotal size: 0\n"
-        "submask0: {0:#x}\nsubmask1: {0:#x}\nsubmask2: {0:#x}\nsubmask3: {0:#x}\n",
-        print.submask);
-    REQUIRE(text.starts_with(header) && text.size() >= header.size());
-    if (isSafe(print.format) && (!hasCount || isSmall || print.isFloat)) REQUIRE(text == header + print.body());
+    REQUIRE(db_get_printf_string(buffer.data(), buffer.size(), table.data(), table.size()) == nullptr);
   }
   REQUIRE(liveAllocations() == before);
   return 0;

@@ -9,11 +9,11 @@
  *   Threads     Any number of threads may call any function at once, on the same input too: input is only read.
  *   Alignment   No buffer needs any alignment.
  *   Byte order  All multi-byte values of the device formats are little-endian.
- *   Failure     Is told by the return value alone. Nothing is logged, no error code is kept, nothing is thrown. A failed
- *               allocation ends the process.
- *   Ownership   What a db_get_* function returns belongs to the caller, who gives it back through the db_free_* function
- *               named beside it. Inputs stay the caller's.
- *   Locale      Texts are the same whatever locale the process has set: ASCII digits, '.' as decimal point, no grouping.
+ *   Failure     Is told by the return value alone. Nothing is logged, no error code is kept, nothing is thrown. A
+ *               failed allocation ends the process.
+ *   Ownership   What a db_get_* function returns belongs to the caller, who gives it back through the db_free_*
+ *               function named beside it. Inputs stay the caller's.
+ *   Locale      Texts are the same whatever locale the process has set: ASCII digits, a '.', no grouping.
  *
  * What is trusted, and what is not:
  *
@@ -86,7 +86,10 @@ extern "C" {
  *   2  pads only                 words 0-63: eight pads (L0 L1 R0 R1 U0 U1 D0 D1) of eight values
  *   3  all threads and pads      words 0-63 for threads 0-63, words 64-127 for the pads
  *
- *   data type 3, 4: 64-bit (low half in word t, high half in word 64+t); 5, 6: IEEE 754 binary32; others: unsigned 32-bit
+ *   data type                    value
+ *   3, 4                         64 bits, the low half in word t, the high half in word 64+t
+ *   5, 6                         IEEE 754 binary32
+ *   0, 1, 2, 7                   unsigned 32-bit integer
  */
 
 /* Smallest print buffer that is decoded, in bytes. */
@@ -94,18 +97,17 @@ extern "C" {
 
 /* The checked header of a print buffer. */
 typedef struct PrintBufInfo {
-  uint32_t printType;   /* 0 to 3, from the print kind as above */
-  bool is64Bit;         /* data type 3 or 4 */
-  bool isFloat;         /* data type 5 or 6 */
-  uint32_t currentTime; /* word at byte 4 */
-  uint32_t totalSize;   /* word at byte 8 */
-  uint32_t graphId;     /* word at byte 12 */
-  uint32_t kernelId;    /* word at byte 16 */
-  uint32_t instanceId;  /* word at byte 20 */
-  const uint32_t*
-      subMask;          /* the caller's buffer at byte 24: 4 words. As unaligned as the buffer is; read with memcpy */
-  const char* format;   /* the caller's string table at the format offset */
-  const uint32_t* data; /* the caller's buffer at byte 44: 128 words. As unaligned as the buffer is */
+  uint32_t printType;      /* 0 to 3, from the print kind as above */
+  bool is64Bit;            /* data type 3 or 4 */
+  bool isFloat;            /* data type 5 or 6 */
+  uint32_t currentTime;    /* word at byte 4 */
+  uint32_t totalSize;      /* word at byte 8 */
+  uint32_t graphId;        /* word at byte 12 */
+  uint32_t kernelId;       /* word at byte 16 */
+  uint32_t instanceId;     /* word at byte 20 */
+  const uint32_t* subMask; /* the caller's buffer at byte 24: 4 words, as unaligned as the buffer; use memcpy */
+  const char* format;      /* the caller's string table at the format offset */
+  const uint32_t* data;    /* the caller's buffer at byte 44: 128 words, as unaligned as the buffer */
 } PrintBufInfo;
 
 /*
@@ -132,9 +134,9 @@ ZARN_UTILITY_API uint32_t db_get_jid(const void* buffer, size_t size);
  * stringTableSize  its size in bytes
  *
  * Returns a record to give back with db_free_print_buffer_info(). Its pointers borrow from buffer and stringTable, so
- * both must outlive it. Returns null when buffer or stringTable is null, bufferSize is below ZARN_PRINT_BUFFER_MIN_SIZE,
- * the format offset is not below stringTableSize, the header word is zero, the print kind is above 8, or the data type is
- * above 7.
+ * both must outlive it. Returns null when buffer or stringTable is null, bufferSize is below
+ * ZARN_PRINT_BUFFER_MIN_SIZE, the format offset is not below stringTableSize, the header word is zero, the print kind
+ * is above 8, or the data type is above 7.
  *
  * Not checked: that the string table holds a NUL at or after the format offset (this function does not read it).
  */
@@ -156,8 +158,8 @@ ZARN_UTILITY_API void db_free_print_buffer_info(PrintBufInfo** info);
  *
  * buffer, bufferSize, stringTable, stringTableSize  as for db_get_print_buffer_info()
  *
- * Returns the NUL-terminated text to give back with db_free_printf_string(), in an array of exactly its length plus one;
- * or null in the cases in which db_get_print_buffer_info() returns null.
+ * Returns the NUL-terminated text to give back with db_free_printf_string(), in an array of exactly its length plus
+ * one; or null in the cases in which db_get_print_buffer_info() returns null.
  *
  * The format follows {fmt} 7's printf rules, with one argument: an unsigned 32-bit integer, or a float for data types 5
  * and 6; a 64-bit value is shown as its two halves. A conversion that does not suit the argument, or has no argument
@@ -184,8 +186,8 @@ ZARN_UTILITY_API void db_free_printf_string(char** text);
 /* ============================================================================================================== */
 
 /*
- * A descriptor log is a ring of bytes, R = size - 64 of them, and a 64-byte trailer behind it. For every descriptor that
- * it issues, the device appends an entry to the ring: a header, the descriptor, and one or more 8-byte records.
+ * A descriptor log is a ring of bytes, R = size - 64 of them, and a 64-byte trailer behind it. For every descriptor
+ * that it issues, the device appends an entry to the ring: a header, the descriptor, and one or more 8-byte records.
  *
  *   trailer offset  width  field
  *                0      2  write offset W: the ring position just behind the newest record
@@ -196,8 +198,8 @@ ZARN_UTILITY_API void db_free_printf_string(char** text);
  *   record offset   width  field
  *                0      4  PC: the device program counter that the record belongs to
  *                4      2  start offset: where the header of the record's entry lies, in bytes from the buffer's start
- *                6      2  tag: "ED" eDMA, "GL" GLSU, "RB" RingBufferATE; and for a RingBufferATE entry with ring-buffer
- *                          records "NP" next pointer, "EL" end, "RL" release
+ *                6      2  tag: "ED" eDMA, "GL" GLSU, "RB" RingBufferATE; and for a RingBufferATE entry with
+ *                          ring-buffer records "NP" next pointer, "EL" end, "RL" release
  *
  *   header offset   width  field
  *                0      2  "ST"
@@ -239,13 +241,13 @@ typedef struct DescBufInfo {
  * buffer  the log; may be null
  * size    its size in bytes
  *
- * Returns a record to give back with db_free_desc_buffer_info(). Its arrays are the record's own, copied out of the log.
- * Returns null, and allocates nothing, when buffer is null, size is below 65, or there is no entry that can be decoded:
- * the tag at the write offset is unknown, a start offset lies beyond the buffer, there is neither a descriptor header
- * nor a ring-buffer record, or size is 76 to 127 and the descriptor's length above size - 76.
+ * Returns a record to give back with db_free_desc_buffer_info(). Its arrays are the record's own, copied out of the
+ * log. Returns null, and allocates nothing, when buffer is null, size is below 65, or there is no entry that can be
+ * decoded: the tag at the write offset is unknown, a start offset lies beyond the buffer, there is neither a descriptor
+ * header nor a ring-buffer record, or size is 76 to 127 and the descriptor's length above size - 76.
  *
- * In a damaged log a ring-buffer record can be met that was not counted; its PC is dropped. A slot of a PC array that no
- * record fills holds 0.
+ * In a damaged log a ring-buffer record can be met that was not counted; its PC is dropped. A slot of a PC array that
+ * no record fills holds 0.
  */
 ZARN_UTILITY_API DescBufInfo* db_get_desc_buffer_info(const void* buffer, uint64_t size);
 
@@ -265,13 +267,13 @@ ZARN_UTILITY_API void db_free_desc_buffer_info(DescBufInfo** info);
  *
  * Returns an array of *count records, newest first, to give back with db_free_desc_buffer_info_array(). The walk ends
  * quietly before the first entry that can't be decoded, when the log's bytes are used up, or after R / 76 records; the
- * array may be empty, but is not null then. Always empty when R is below 76. Returns null, and leaves *count alone, when
- * buffer is null or size is below 65.
+ * array may be empty, but is not null then. Always empty when R is below 76. Returns null, and leaves *count alone,
+ * when buffer is null or size is below 65.
  *
- * Cost: entries of a damaged log can refer to each other in a circle, and the walk then decodes the same bytes again, up
- * to R / 76 times. With n = R / 8 ring-buffer records in each, time and memory grow with the square of the log: at most
- * R / 76 records of R / 8 + 1 PCs, that is R * R / 152 bytes and a little more. A log of 64 KiB that holds nothing but
- * end records took 28 MB and some 40 ms on the machine it was measured on.
+ * Cost: entries of a damaged log can refer to each other in a circle, and the walk then decodes the same bytes again,
+ * up to R / 76 times. With n = R / 8 ring-buffer records in each, time and memory grow with the square of the log: at
+ * most R / 76 records of R / 8 + 1 PCs, that is R * R / 152 bytes and a little more. A log of 64 KiB that holds nothing
+ * but end records took 28 MB and some 40 ms on the machine it was measured on.
  */
 ZARN_UTILITY_API DescBufInfo** db_get_desc_buffer_info_array(const void* buffer, uint64_t size, uint32_t* count);
 
@@ -290,8 +292,8 @@ ZARN_UTILITY_API void db_free_desc_buffer_info_array(DescBufInfo** array, int32_
  *
  * buffer, size  as for db_get_desc_buffer_info()
  *
- * Returns the NUL-terminated report to give back with db_free_desc_string(), in an array of exactly its length plus one;
- * or null in the cases in which db_get_desc_buffer_info() returns null.
+ * Returns the NUL-terminated report to give back with db_free_desc_string(), in an array of exactly its length plus
+ * one; or null in the cases in which db_get_desc_buffer_info() returns null.
  */
 ZARN_UTILITY_API char* db_get_desc_string(const void* buffer, uint64_t size);
 
@@ -301,8 +303,8 @@ ZARN_UTILITY_API char* db_get_desc_string(const void* buffer, uint64_t size);
  * buffer, size  as for db_get_desc_buffer_info_array(). So is the cost, and the text of a damaged log may have up to
  *               R * R / 608 lines with a PC each (7 million, of 30 characters or so, for a log of 64 KiB)
  *
- * Returns the NUL-terminated report to give back with db_free_desc_string(), in an array of exactly its length plus one.
- * Never null: where nothing can be decoded the text is empty.
+ * Returns the NUL-terminated report to give back with db_free_desc_string(), in an array of exactly its length plus
+ * one. Never null: where nothing can be decoded the text is empty.
  */
 ZARN_UTILITY_API char* db_get_desc_string_array(const void* buffer, uint64_t size);
 

@@ -128,8 +128,8 @@ TEST(DescRecord, DecodesTheNewestEntryAtEveryLimit) {
        "RB" + noPc + " no NP EL 1 no RL"},
       {"start at the size", logOf(256, 92, {record(92, 1, 256, "RL")}), "RB" + noPc + " no NP no EL RL 1"},
       {"start beyond the size", logOf(256, 92, {record(92, 1, 257, "RL")}), "null"},
-      // W = 3 puts the tag at 1. Of the two bytes before it, one wraps to ring(-1) = 63 and the other is byte 0; the start
-      // offset is read at 63 and 64. Gathering begins at 59 and finds no tag at 65.
+      // W = 3 puts the tag at 1. Of the two bytes before it, one wraps to ring(-1) = 63 and the other is byte 0; the
+      // start offset is read at 63 and 64. Gathering begins at 59 and finds no tag at 65.
       {"anchor wraps byte by byte", logOf(256, 3, {{0, 3, 0x4C4500}, {63, 2, 0x20}, header(0x20, 1), {24, 4, 8}}),
        "RB pc 8 size 128 no NP EL 0 no RL"},
       {"anchor beyond the size", logOf(256, 3, {{0, 3, 0x4C4501}, {63, 2, 0x20}, header(0x20, 1)}), "null"},

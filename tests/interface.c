@@ -1,6 +1,6 @@
 /*
- * The interface once more, in C99. It is compiled, not run: with warnings as errors it fails where a prototype or a type
- * in the public header differs from what callers were built against. The records' offsets are asserted in src/.
+ * The interface once more, in C99. It is compiled, not run: with warnings as errors it fails where a prototype or a
+ * type in the public header differs from what callers were built against. The records' offsets are asserted in src/.
  */
 #include "zarn_utility.h"
 

@@ -13,7 +13,7 @@ std::string Bytes::read(const std::string& name) {
   if (name == "-") return readFrom(STDIN_FILENO);
   const int file = open(name.c_str(), O_RDONLY | O_CLOEXEC);
   if (file < 0) return std::string("cannot be opened: ") + std::strerror(errno);
-  const auto problem = readFrom(file);
+  auto problem = readFrom(file);
   close(file);
   return problem;
 }

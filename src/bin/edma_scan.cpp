@@ -6,12 +6,12 @@
 //   H & 3 == 3, H & 0x7F == 0x1F     bundle, 6 bytes
 //                           0x3B     bundle, 4 bytes
 //                           0x3F     bundle, 8 bytes
-//                           0x7F     bundle, 10 bytes and two for each of bits 12-14
+//                           0x7F     bundle, 10 bytes and twice the number in bits 12-14
 //                           others   word, 4 bytes
 //
 // A bundle has three slots of as many parcels as H counts (A bits 7-8, B bits 9-10, C bits 15 and 11), and a final slot
-// of what is left. Only a final slot of two parcels can be an eDMA instruction; a plain word never is, also one with the
-// same bits. That, and that a bundle of 4 bytes has no room for such a slot, is meant so.
+// of what is left. Only a final slot of two parcels can be an eDMA instruction; a plain word never is, also one with
+// the same bits. That, and that a bundle of 4 bytes has no room for such a slot, is meant so.
 
 #include <algorithm>
 #include <array>
@@ -43,7 +43,7 @@ constexpr auto kLengths = [] {
   for (std::size_t byte = 0; byte < lengths.size(); ++byte) {
     lengths[byte] = {static_cast<std::uint8_t>((byte & 3) == 3 ? 4 : 2), 0};
   }
-  for (const std::size_t byte : {0x00, 0x80}) {  // the highest bit is not part of the opcode
+  for (const unsigned byte : {0x00U, 0x80U}) {  // the highest bit is not part of the opcode
     lengths[byte | 0x1F] = {6, 0};
     lengths[byte | 0x3F] = {8, 0};
     lengths[byte | 0x7F] = {10, 14};
@@ -51,16 +51,17 @@ constexpr auto kLengths = [] {
   return lengths;
 }();
 
-// Whether the final slot of an instruction of `length` bytes is an eDMA instruction. What is no bundle is too short to have
-// two parcels left.
+// Whether the final slot of an instruction of `length` bytes is an eDMA instruction. What is no bundle is too short to
+// have two parcels left.
 bool isEdma(const std::uint8_t* instruction, std::uint32_t head, std::uint32_t length) {
   const std::uint32_t counted = (head >> 7 & 3) + (head >> 9 & 3) + (head >> 14 & 2) + (head >> 11 & 1);
-  const std::uint32_t finalSlot = loadU32(instruction + 2 + 2 * counted);
-  return ((length ^ (2 * counted + 6)) | (~finalSlot & kEdmaPattern)) == 0;
+  const std::uint32_t at = 2 + 2 * counted;
+  const std::uint32_t finalSlot = loadU32(instruction + at);
+  return ((length ^ (at + 4)) | (~finalSlot & kEdmaPattern)) == 0;
 }
 
-// Goes over plain words, or over shorts that do not begin like the marker, for as long as there is nothing else, and not far
-// beyond `limit`. In a long run of these the processor does predict what comes, which is faster than to look it up.
+// Goes over plain words, or over shorts that do not begin like the marker, for as long as there is nothing else, and
+// not far beyond `limit`. In a long run of these the processor does predict what comes, which beats the table.
 constexpr std::uint32_t kLongRun = 16;
 
 const std::uint8_t* skipRun(const std::uint8_t* at, const std::uint8_t* limit, std::uint32_t length) {

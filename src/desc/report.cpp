@@ -68,7 +68,8 @@ void appendRbSection(TextBuilder& out, std::string_view name, bool has, bool say
   }
 }
 
-// From the PC on. Flags of the type count when they are exactly 1, those of the ring-buffer records by their lowest bit.
+// From the PC on. Flags of the type count when they are exactly 1, those of the ring-buffer records by their lowest
+// bit.
 void appendEntry(TextBuilder& out, const DescBufInfo& record, const Labels& labels) {
   const bool isRingBufferAte = record.isRingBufferAte == 1;
   appendLine(out, labels.pc, record.pc);
@@ -112,8 +113,8 @@ void appendArrayReport(TextBuilder& out, std::uint32_t index, const DescBufInfo*
 }  // namespace zarn::desc
 
 // Both reports use one record for all entries, which never leaves the library: making and releasing the memory of a
-// record of its own for each took longer than to write its text. The text's memory is made at once, from what locating the
-// entries tells.
+// record of its own for each took longer than to write its text. The text's memory is made at once, from what locating
+// the entries tells.
 
 char* db_get_desc_string(const void* buffer, std::uint64_t size) {
   using namespace zarn::desc;

@@ -64,8 +64,8 @@ class FormatCleaner {
   bool hasHexFloat() const { return hasHexFloat_; }
 
  private:
-  // snprintf() of a hexadecimal float fails where the text would be longer than INT_MAX, and {fmt} then tries again with
-  // more and more memory, for ever. "0x1." and an exponent like "p-149" have to fit as well.
+  // snprintf() of a hexadecimal float fails where the text would be longer than INT_MAX, and {fmt} then tries again
+  // with more and more memory, for ever. "0x1." and an exponent like "p-149" have to fit as well.
   static constexpr long long kMaxHexFloatPrecision = INT_MAX - 9;
 
   char peek() const { return at_ < format_.size() ? format_[at_] : '\0'; }
@@ -95,8 +95,8 @@ class FormatCleaner {
     if (argument_ == Argument::kBigWord) isFaulty_ = true;
   }
 
-  // Index, flags and width, in the order that {fmt} knows: a number at the start that is neither an index nor zero is the
-  // width, and then nothing more of this is looked for.
+  // Index, flags and width, in the order that {fmt} knows: a number at the start that is neither an index nor zero is
+  // the width, and then nothing more of this is looked for.
   bool headerHasIndex() {
     bool hasIndex = false;
     if (isDigit(peek())) {

@@ -8,7 +8,8 @@
 
 namespace zarn::print {
 
-// A conversion without flags and the like: d, i, u or x of an integer, f with at most one digit of precision of a float.
+// A conversion without flags and the like: d, i, u or x of an integer, f with at most one digit of precision of a
+// float.
 struct PlainConversion {
   char type = '\0';  // NUL: the format has another conversion, several, or none
   int precision = 6;
