@@ -43,15 +43,16 @@ class Input {
   std::size_t size_;
 };
 
-// How many inputs were decoded to something, told when the program ends.
+// How many inputs came to something, told when the program ends.
 struct Share {
+  const char* what;
   long runs = 0;
   long decoded = 0;
   void count(bool isDecoded) {
     ++runs;
     decoded += isDecoded;
   }
-  ~Share() { std::fprintf(stderr, "decoded %ld of %ld inputs\n", decoded, runs); }
+  ~Share() { std::fprintf(stderr, "%s: %ld of %ld inputs\n", what, decoded, runs); }
 };
 
 // The text that `make` returns, by the size of its allocation: exactly the text and its NUL.

@@ -33,7 +33,7 @@ int plainScan(const std::string& bytes) {
   return 0;
 }
 
-Share share;  // here: inputs with an eDMA instruction
+Share share{"with an eDMA instruction"};
 
 }  // namespace
 

@@ -124,7 +124,7 @@ void checkReports(const ExactBytes& log, bool isDecoded) {
   if (!all.empty()) requireAgreement(single, all);
 }
 
-Share share;
+Share share{"decoded"};
 
 }  // namespace
 

@@ -133,7 +133,7 @@ void checkText(const Case& input, const ExactBytes& buffer, const ExactBytes& ta
   if (input.isComparable) REQUIRE(text == header + input.print.body());
 }
 
-Share share;
+Share share{"decoded"};
 
 }  // namespace
 
