@@ -8,7 +8,8 @@ find_package(fmt 7.1...<8 CONFIG QUIET HINTS ${fmt_bootstrapped})
 if(NOT fmt_FOUND)
   FetchContent_Declare(fmt
     URL https://github.com/fmtlib/fmt/archive/7.1.3.tar.gz
-    URL_HASH SHA256=5cae7072042b3043e12d53d50ef404bbb76949dad1de368d7f993a15c8c05ecc)
+    URL_HASH SHA256=5cae7072042b3043e12d53d50ef404bbb76949dad1de368d7f993a15c8c05ecc
+    SYSTEM)
   set(FMT_INSTALL OFF)
   FetchContent_MakeAvailable(fmt)
 endif()

@@ -19,5 +19,5 @@ if(ZARN_UTILITY_SANITIZE)
   add_link_options(${sanitize})
 else()
   # Needs optimization; some distributions set it themselves, and then not always to the same level.
-  target_compile_options(zarn_flags INTERFACE $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>)
+  target_compile_options(zarn_flags INTERFACE $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>)
 endif()

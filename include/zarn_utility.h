@@ -26,7 +26,8 @@
  *                                            honoured, so the text grows with them, up to 2 GiB a value
  *   null pointers                            buffers, logs, binaries of no bytes and string tables may be null, and so
  *                                            may what a db_free_* function's argument points at, but for
- *                                            db_free_desc_buffer_info(); no other pointer may
+ *                                            db_free_desc_buffer_info(), and an array to free with a count of 0; no
+ *                                            other pointer may
  */
 #ifndef ZARN_UTILITY_H
 #define ZARN_UTILITY_H
@@ -165,8 +166,8 @@ ZARN_UTILITY_API void db_free_print_buffer_info(PrintBufInfo** info);
  * and 6; a 64-bit value is shown as its two halves. A conversion that does not suit the argument, or has no argument
  * left, never stops the decode; it gives whatever {fmt} gives, mostly nothing. No text comes from a conversion that
  * breaks off after a length modifier, has argument index 0, or has an index, width or precision beyond INT_MAX (a '*'
- * that takes such a value included). Other widths and precisions are honoured in full: up to 2 GiB of text a value.
- * '%c' of 0 puts a NUL into the text, and strlen() then ends there.
+ * that takes such a value included). Other widths and precisions are honoured as {fmt} does: up to 2 GiB of text a
+ * value. '%c' of 0 puts a NUL into the text, and strlen() then ends there.
  *
  * Not checked: that the string table holds a NUL at or after the format offset. The format is read up to that NUL, and
  * the caller sees to it that there is one inside the table.
@@ -186,7 +187,8 @@ ZARN_UTILITY_API void db_free_printf_string(char** text);
 /* ============================================================================================================== */
 
 /*
- * A descriptor log is a ring of bytes, R = size - 64 of them, and a 64-byte trailer behind it. For every descriptor
+ * A descriptor log is a ring of bytes, R = size - 64 of them, and a 64-byte trailer behind it. R has 32 bits, and a log
+ * above 4 GiB for which that makes it 0 has no entries. For every descriptor
  * that it issues, the device appends an entry to the ring: a header, the descriptor, and one or more 8-byte records.
  *
  *   trailer offset  width  field
@@ -243,8 +245,8 @@ typedef struct DescBufInfo {
  *
  * Returns a record to give back with db_free_desc_buffer_info(). Its arrays are the record's own, copied out of the
  * log. Returns null, and allocates nothing, when buffer is null, size is below 65, or there is no entry that can be
- * decoded: the tag at the write offset is unknown, a start offset lies beyond the buffer, there is neither a descriptor
- * header nor a ring-buffer record, or size is 76 to 127 and the descriptor's length above size - 76.
+ * decoded: the tag that ends at the write offset is unknown, a start offset lies beyond the buffer, there is neither a
+ * descriptor header nor a ring-buffer record, or size is 76 to 127 and the descriptor's length above size - 76.
  *
  * In a damaged log a ring-buffer record can be met that was not counted; its PC is dropped. A slot of a PC array that
  * no record fills holds 0.
@@ -300,11 +302,13 @@ ZARN_UTILITY_API char* db_get_desc_string(const void* buffer, uint64_t size);
 /*
  * db_get_desc_string_array() - report on all entries of a descriptor log, newest first
  *
- * buffer, size  as for db_get_desc_buffer_info_array(). So is the cost, and the text of a damaged log may have up to
- *               R * R / 608 lines with a PC each (7 million, of 30 characters or so, for a log of 64 KiB)
+ * buffer, size  as for db_get_desc_buffer_info_array()
  *
  * Returns the NUL-terminated report to give back with db_free_desc_string(), in an array of exactly its length plus
  * one. Never null: where nothing can be decoded the text is empty.
+ *
+ * Cost: the text of a damaged log may have up to R * R / 608 lines with a PC each, and lies in memory twice for a
+ * moment. A log of 64 KiB that holds nothing but end records gave 168 MB of text.
  */
 ZARN_UTILITY_API char* db_get_desc_string_array(const void* buffer, uint64_t size);
 

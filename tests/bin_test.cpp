@@ -2,10 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <vector>
-
-#include "allocations.h"
+#include "support.h"
 #include "zarn_utility.h"
 
 namespace {
@@ -24,18 +21,11 @@ TEST(Checksum, EqualsTheRecordedValues) {
   std::uint64_t stored = 0;
   EXPECT_EQ(clc_bin_compute_checksum(nullptr, 0, &stored), 0xEF46DB3751D8E999);
 
-  std::ifstream values(XXH64_VALUES);
-  std::size_t length = 0;
-  std::uint64_t value = 0;
-  int compared = 0;
-  for (std::string line; std::getline(values, line);) {
-    if (std::sscanf(line.c_str(), "%zu %lx", &length, &value) != 2) continue;
-    std::string bytes(length, '\0');
-    for (std::size_t i = 0; i < length; ++i) bytes[i] = static_cast<char>(i);
-    EXPECT_EQ(checksum(bytes), value) << length;
-    ++compared;
+  for (const auto& row : readCases("xxh64.txt", 2)) {
+    std::string bytes(std::stoul(row[0]), '\0');
+    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<char>(i);
+    EXPECT_EQ(checksum(bytes), std::stoul(row[1], nullptr, 16)) << row[0];
   }
-  EXPECT_EQ(compared, 66);
 }
 
 int scan(const std::string& bytes) {
@@ -52,31 +42,7 @@ std::string hex(const std::string& digits) {
 }
 
 TEST(EdmaScan, KnownStreams) {
-  const struct {
-    const char* bytes;
-    int expected;
-  } rows[] = {
-      {"1F 00 40 00 00 F9", 1},
-      {"1F 00 40 00 00 F8", 0},
-      {"1F 00 BF FF FF FF", 0},
-      {"1F 00 FF FF FF FF", 1},
-      {"9F 00 40 00 00 F9", 0},  // a counted slot leaves one parcel
-      {"BF 00 00 00 40 00 00 F9", 1},
-      {"FF 02 00 00 00 00 40 00 00 F9", 1},
-      {"13 00 00 00 1F 00 40 00 00 F9", 1},
-      {"13 00 70 72 6F 74 00 00 1F 00 40 00 00 F9", 1},  // the marker's bytes, but inside two words
-      {"13 00 00 00 70 72 6F 74 1F 00 40 00 00 F9", 0},
-      {"70 72 6F 74 00 00 1F 00 40 00 00 F9", 0},
-      {"70 72 6F 75 1F 00 40 00 00 F9", 0},
-      {"70 72 6F 75 00 00 1F 00 40 00 00 F9", 1},
-      {"70 72 6F 74", 0},
-      {"3B 00 40 00 00 F9 00 00", 0},
-      {"5F 00 40 00 00 F9 00 00", 0},
-      {"40 00 00 F9", 0},
-      {"1F", 0},
-      {"7F", 0},
-  };
-  for (const auto& row : rows) EXPECT_EQ(scan(hex(row.bytes)), row.expected) << row.bytes;
+  for (const auto& row : readCases("streams.txt", 2)) EXPECT_EQ(scan(hex(row[0])), std::stoi(row[1])) << row[0];
   for (const std::int64_t length : {std::int64_t{0}, std::int64_t{-1}, INT64_MIN}) {
     EXPECT_EQ(clc_bin_has_edma_instr(nullptr, length), 0);
   }

@@ -9,8 +9,8 @@
 #include <thread>
 #include <vector>
 
-#include "allocations.h"
 #include "print/text.h"
+#include "support.h"
 #include "zarn_utility.h"
 
 namespace {
@@ -48,60 +48,31 @@ std::string valueText(const std::string& format, std::uint32_t headerWord, std::
 }
 
 TEST(PrintHeader, AcceptsExactlyWhatItShould) {
-  struct {
-    const char* name;
-    std::uint32_t headerWord;
-    std::size_t bufferSize;
-    std::uint32_t formatOffset;
-    std::size_t tableSize;
-    int printType;  // -1: rejected
-    bool is64Bit;
-    bool isFloat;
-  } const rows[] = {
-      {"one byte short", 1, 619, 0, 1, -1, false, false},
-      {"smallest", 1, 620, 0, 1, 0, false, false},
-      {"empty", 1, 0, 0, 1, -1, false, false},
-      {"format at the table's end", 1, 620, 7, 7, -1, false, false},
-      {"format in the table's last byte", 1, 620, 7, 8, 0, false, false},
-      {"format offset with the top bit", 1, 620, 0x80000000, 64, -1, false, false},
-      {"zero word", 0, 620, 0, 1, -1, false, false},
-      {"only an ignored bit", 0x20, 620, 0, 1, 0, false, false},
-      {"all ignored bits", 0xFFFFF820, 620, 0, 1, 0, false, false},
-      {"kind 2", 0x02, 620, 0, 1, 1, false, false},
-      {"kind 3", 0x03, 620, 0, 1, 1, false, false},
-      {"kind 4", 0x04, 620, 0, 1, 0, false, false},
-      {"kind 5", 0x05, 620, 0, 1, 2, false, false},
-      {"kind 6, data type 3", 0xC6, 620, 0, 1, 3, true, false},
-      {"kind 7, data type 4", 0x107, 620, 0, 1, 3, true, false},
-      {"kind 8, data type 6", 0x188, 620, 0, 1, 1, false, true},
-      {"kind 9", 0x09, 620, 0, 1, -1, false, false},
-      {"kind 31", 0x1F, 620, 0, 1, -1, false, false},
-      {"data type 5", 0x140, 620, 0, 1, 0, false, true},
-      {"data type 7", 0x1C0, 620, 0, 1, 0, false, false},
-      {"data type 8", 0x200, 620, 0, 1, -1, false, false},
-      {"data type 31", 0x7C0, 620, 0, 1, -1, false, false},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
-    const ExactBytes buffer(printBuffer(row.headerWord, row.formatOffset, row.bufferSize), 1);
-    const ExactBytes table(std::string(row.tableSize, '\0'));
+  for (const auto& row : readCases("headers.txt", 6)) {
+    SCOPED_TRACE(row[0]);
+    const auto number = [&row](std::size_t field) {
+      return static_cast<std::uint32_t>(std::stoul(row[field], nullptr, 0));
+    };
+    const ExactBytes buffer(printBuffer(number(1), number(3), number(2)), 1);
+    const ExactBytes table(std::string(number(4), '\0'));
     const long before = liveAllocations();
     PrintBufInfo* info = db_get_print_buffer_info(buffer.data(), buffer.size(), table.data(), table.size());
-    EXPECT_EQ(liveAllocations() - before, row.printType < 0 ? 0 : 1);
-    ASSERT_EQ(info != nullptr, row.printType >= 0);
+    EXPECT_EQ(liveAllocations() - before, info == nullptr ? 0 : 1);
+    std::string found = "rejected";
     if (info != nullptr) {
-      EXPECT_EQ(info->printType, static_cast<std::uint32_t>(row.printType));
-      EXPECT_EQ(info->is64Bit, row.is64Bit);
-      EXPECT_EQ(info->isFloat, row.isFloat);
+      found = "type " + std::to_string(info->printType);
+      if (info->is64Bit) found += " 64-bit";
+      if (info->isFloat) found += " float";
       EXPECT_EQ(info->currentTime, 0x04080C10U);
       EXPECT_EQ(info->totalSize, 0x08101820U);
       EXPECT_EQ(info->graphId, 0x0C182430U);
       EXPECT_EQ(info->kernelId, 0x10203040U);
       EXPECT_EQ(info->instanceId, 0x14283C50U);
       EXPECT_EQ(reinterpret_cast<const char*>(info->subMask), buffer.data() + 24);
-      EXPECT_EQ(info->format, table.data() + row.formatOffset);
+      EXPECT_EQ(info->format, table.data() + number(3));
       EXPECT_EQ(reinterpret_cast<const char*>(info->data), buffer.data() + 44);
     }
+    EXPECT_EQ(found, row[5]);
     for (int time = 0; time < 2; ++time) {
       db_free_print_buffer_info(&info);
       EXPECT_EQ(info, nullptr);
@@ -190,59 +161,10 @@ TEST(PrintText, PlainConversionsEqualFmt) {
 }
 
 TEST(PrintText, MalformedConversionsGiveWhatTheyShould) {
-  constexpr std::uint32_t kBig = 0x80000000;
-  const struct {
-    const char* format;
-    std::uint32_t word;
-    const char* asWord;
-    const char* asFloat;
-  } rows[] = {
-      // Kept as {fmt} gives it.
-      {"a%", 5, "a", "a7.00649e-45"},
-      {"a%s|%f", 0x3FC00000, "a|", "a1.5|"},
-      {"%d", 0x3FC00000, "1069547520", "1.5"},
-      {"%u %u", 5, "5 ", "7.00649e-45 "},
-      {"%%%", 0, "%", "%0"},
-      {"", 1, "", ""},
-      // Broken off after a length modifier: nothing from the '%' on.
-      {"a%h", 5, "a", "a"},
-      {"a%hh", 5, "a", "a"},
-      {"a%l", 5, "a", "a"},
-      {"a%ll", 5, "a", "a"},
-      {"a%j", 5, "a", "a"},
-      {"a%z", 5, "a", "a"},
-      {"a%t", 5, "a", "a"},
-      {"a%L", 5, "a", "a"},
-      {"a%1$-+ #08.3ll", 5, "a", "a"},
-      {"a%u%*.*l", 5, "a5", "a7.00649e-45"},
-      // Index 0: no text, and indexing is manual from there on.
-      {"a%0$ub", 5, "ab", "ab"},
-      {"a%00$-5lx|%i|%i", 0, "a|0|0", "a|0|0"},
-      {"%u%0$u%u|", 5, "5|", "7.00649e-45|"},
-      {"%0$*ua%ub", 5, "ab", "ab"},
-      // Numbers beyond an int: no text, the argument is used up.
-      {"%2147483648u|%u", 0, "|", "|"},
-      {"a%99999999999999999999ub", 0, "ab", "ab"},
-      {"%-2147483648.5llu|", 0, "|", "|"},
-      {"%.2147483648u|", 0, "|", "|"},
-      {"%5.99999999999999999999d|%1$d", 0, "|0", "|0"},
-      {"%2147483648$u|%u%u", 0, "|00", "|00"},
-      {"%2147483647$u|%u%u", 0, "|00", "|00"},
-      {"%0000000000000000000003u|", 7, "007|", "9.80909e-45|"},
-      // '*' takes the value: an int beyond its range gives no text; a float is no count, and 0 is taken.
-      {"%1$*u|%u", 3, "  3|", "4.2039e-45|"},
-      {"%1$*u|%u", kBig, "|", "-0|"},
-      {"%1$.*u|%1$u", 3, "003|3", "4e-45|4.2039e-45"},
-      {"%1$.*u|%1$u", kBig, "|2147483648", "-0|-0"},
-      {"%1$u%*u|", 3, "3  3|", "4.2039e-454.2039e-45|"},
-      {"%1$u%*u|", 0xFFFFFFFF, "4294967295|", "-nan-nan|"},
-      {"%*d|", kBig, "|", "|"},
-      // snprintf() fails on a longer hexadecimal float, and {fmt} would go on asking for memory.
-      {"%.2147483647a|", 0, "|", "|"},
-  };
-  for (const auto& row : rows) {
-    EXPECT_EQ(valueText(row.format, kSingleWord, row.word), row.asWord) << row.format;
-    EXPECT_EQ(valueText(row.format, kSingleFloat, row.word), row.asFloat) << row.format;
+  for (const auto& row : readCases("formats.txt", 4)) {
+    const auto word = static_cast<std::uint32_t>(std::stoul(row[1], nullptr, 0));
+    EXPECT_EQ(valueText(row[0], kSingleWord, word), row[2]) << row[0];
+    EXPECT_EQ(valueText(row[0], kSingleFloat, word), row[3]) << row[0];
   }
   EXPECT_EQ(valueText("%1000u", kSingleWord, 7), std::string(999, ' ') + "7");
 }

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Holds a built library against what it has to be: shared_object.sh LIBRARY
-# readelf reads the objects of every processor, so this runs on cross builds too.
+# Holds a built library against what it has to be: shared_object.sh LIBRARY OBJDUMP
+# Both tools read the objects of the processor that was built for, so this runs on cross builds too.
 set -u
-library=$1
+library=$1 objdump=$2
 here=$(dirname "$0")
 status=0
 check() {  # check WHAT EXPECTED FOUND
@@ -11,7 +11,8 @@ check() {  # check WHAT EXPECTED FOUND
   status=1
 }
 
-exported=$(readelf -W --dyn-syms "$library" | awk '$7 != "UND" && $5 != "LOCAL" && $4 == "FUNC" || $4 == "OBJECT" && $7 != "UND" && $7 != "ABS" { print $8 }' | sort)
+symbols=$(readelf -W --dyn-syms "$library")
+exported=$(awk '$1 ~ /^[0-9]+:$/ && $5 != "LOCAL" && $7 != "UND" && $7 != "ABS" { print $8 }' <<<"$symbols" | sort)
 check "exported names" "$(cat "$here/exports.txt")" "$exported"
 
 dynamic=$(readelf -W -d "$library")
@@ -25,4 +26,10 @@ segments=$(readelf -W -l "$library")
 check "read-only after relocation" "GNU_RELRO" "$(grep -o GNU_RELRO <<<"$segments")"
 check "stack" "RW" "$(awk '$1 == "GNU_STACK" { print $7 }' <<<"$segments")"
 check "writable code" "" "$(awk '$1 == "LOAD" && /RWE/' <<<"$segments")"
+
+# Every exported function begins with the landing mark of the processor's branch protection.
+code=$("$objdump" -d --no-show-raw-insn "$library")
+check "functions without branch protection" "" "$(awk '/^[0-9a-f]+ <(db|clc)_/ { name = $2; getline; first = $0
+  if (first !~ /endbr64|paciasp|bti/) print name }' <<<"$code")"
+check "stack protector" "__stack_chk_fail" "$(grep -o '__stack_chk_fail' <<<"$symbols" | sort -u)"
 exit $status

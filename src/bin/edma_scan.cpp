@@ -94,7 +94,10 @@ Result scan(const std::uint8_t* at, const std::uint8_t* end, const std::uint8_t*
     // Without a branch, for the same reason as above.
     run = (run + 1) & -static_cast<std::uint32_t>(length == runLength);
     runLength = length;
-    if (run == kLongRun) at = skipRun(at, readable - kLongestInstruction, length);
+    if (run == kLongRun) {
+      at = skipRun(at, readable - kLongestInstruction, length);
+      run = 0;
+    }
   }
   return {Outcome::kEnd, at};
 }

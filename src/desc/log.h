@@ -1,18 +1,5 @@
-// The bytes of a descriptor log: a ring of records and descriptors, then a 64-byte trailer.
-//
-//   trailer offset  width  field
-//                0      2  write offset W: the ring position just behind the newest record
-//                4      4  total descriptor log bytes used
-//
-//   record offset   width  field
-//                0      4  PC
-//                4      2  start offset: the buffer offset of the descriptor header of the record's entry
-//                6      2  tag
-//
-//   header offset   width  field
-//                0      2  0x5453 ("ST")
-//                2      2  descriptor length in units
-//                4         the descriptor, which goes on at ring position 0 where the ring ends
+// The bytes of a descriptor log: a ring of records and descriptors, then a 64-byte trailer. zarn_utility.h has the
+// layout.
 #pragma once
 
 #include <algorithm>

@@ -1,31 +1,8 @@
 #include "record.h"
 
 #include <algorithm>
-#include <cstddef>
 
 namespace zarn::desc {
-
-// The record crosses the exported interface: its layout may not change.
-static_assert(sizeof(void*) == 8 && sizeof(DescBufInfo) == 80);
-static_assert(offsetof(DescBufInfo, valid) == 0);
-static_assert(offsetof(DescBufInfo, overSized) == 1);
-static_assert(offsetof(DescBufInfo, isEdma) == 2);
-static_assert(offsetof(DescBufInfo, isGlsu) == 3);
-static_assert(offsetof(DescBufInfo, isRingBufferAte) == 4);
-static_assert(offsetof(DescBufInfo, hasRbNextPtr) == 5);
-static_assert(offsetof(DescBufInfo, hasRbEnd) == 6);
-static_assert(offsetof(DescBufInfo, hasRbRelease) == 7);
-static_assert(offsetof(DescBufInfo, totalLogUsed) == 8);
-static_assert(offsetof(DescBufInfo, pc) == 12);
-static_assert(offsetof(DescBufInfo, descSize) == 16);
-static_assert(offsetof(DescBufInfo, desc) == 24);
-static_assert(offsetof(DescBufInfo, rbNextPtrCount) == 32);
-static_assert(offsetof(DescBufInfo, rbNextPtrPcs) == 40);
-static_assert(offsetof(DescBufInfo, rbEndCount) == 48);
-static_assert(offsetof(DescBufInfo, rbEndPcs) == 56);
-static_assert(offsetof(DescBufInfo, rbReleaseCount) == 64);
-static_assert(offsetof(DescBufInfo, rbReleasePcs) == 72);
-
 namespace {
 
 // Fills one of the record's PC arrays.

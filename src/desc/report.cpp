@@ -86,12 +86,12 @@ void appendEntry(TextBuilder& out, const DescBufInfo& record, const Labels& labe
                   record.rbReleasePcs, record.rbReleaseCount);
 }
 
-// About as many characters as appendEntry() writes, and not fewer.
+// About as many characters as an entry's part of a report has, and hardly ever fewer.
 std::size_t textSize(const Entry& entry) {
-  constexpr std::size_t kFixedLines = 200;
-  constexpr std::size_t kPcLine = 42;
+  constexpr std::size_t kSizeOfFixedLines = 256;
+  constexpr std::size_t kSizeOfPcLine = 36;
   const std::size_t bytes = elements(entry.descSize);
-  return kFixedLines + 3 * bytes + bytes / 32 + kPcLine * entry.counts.total();
+  return kSizeOfFixedLines + 3 * bytes + bytes / 32 + kSizeOfPcLine * entry.counts.total();
 }
 
 }  // namespace
@@ -144,6 +144,7 @@ char* db_get_desc_string_array(const void* buffer, std::uint64_t size) {
 }
 
 void db_free_desc_string(char** text) {
-  delete[] * text;
+  const char* const array = *text;
   *text = nullptr;
+  delete[] array;
 }

@@ -3,22 +3,6 @@
 #include "../little_endian.h"
 
 namespace zarn::print {
-
-// The record crosses the exported interface: its layout may not change.
-static_assert(sizeof(bool) == 1 && sizeof(void*) == 8);
-static_assert(sizeof(PrintBufInfo) == 56);
-static_assert(offsetof(PrintBufInfo, printType) == 0);
-static_assert(offsetof(PrintBufInfo, is64Bit) == 4);
-static_assert(offsetof(PrintBufInfo, isFloat) == 5);
-static_assert(offsetof(PrintBufInfo, currentTime) == 8);
-static_assert(offsetof(PrintBufInfo, totalSize) == 12);
-static_assert(offsetof(PrintBufInfo, graphId) == 16);
-static_assert(offsetof(PrintBufInfo, kernelId) == 20);
-static_assert(offsetof(PrintBufInfo, instanceId) == 24);
-static_assert(offsetof(PrintBufInfo, subMask) == 32);
-static_assert(offsetof(PrintBufInfo, format) == 40);
-static_assert(offsetof(PrintBufInfo, data) == 48);
-
 namespace {
 
 // Byte offsets of the buffer's words; zarn_utility.h has the whole layout.

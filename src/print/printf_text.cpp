@@ -50,17 +50,17 @@ void appendThreadLabel(Text& out, std::uint32_t thread, const char (&end)[size])
   setEnd(out, put(at, end));
 }
 
-void appendThread(Text& out, const InfoPtr& info, const ValueFormat& values, std::uint32_t thread) {
+void appendThread(Text& out, const PrintBufInfo& info, const ValueFormat& values, std::uint32_t thread) {
   appendThreadLabel(out, thread, ": ");
-  values.appendLine(out, wordAt(info->data, thread));
+  values.appendLine(out, wordAt(info.data, thread));
 }
 
 // The halves are two values, each with the whole format; they are never joined into one 64-bit number.
-void append64BitThread(Text& out, const InfoPtr& info, const ValueFormat& values, std::uint32_t thread) {
+void append64BitThread(Text& out, const PrintBufInfo& info, const ValueFormat& values, std::uint32_t thread) {
   appendThreadLabel(out, thread, ":\nlow 32 bits:\n");
-  values.appendLine(out, wordAt(info->data, thread));
+  values.appendLine(out, wordAt(info.data, thread));
   setEnd(out, put(makeRoom(out, kMostLabel), "high 32 bits:\n"));
-  values.appendLine(out, wordAt(info->data, kThreads + thread));
+  values.appendLine(out, wordAt(info.data, kThreads + thread));
 }
 
 // 64 lines; `first` is the index of the first pad value.
@@ -83,9 +83,9 @@ void appendBody(Text& out, const InfoPtr& info, const Submasks& submasks) {
       for (std::uint32_t thread = 0; thread < kThreads; ++thread) {
         if (!isThreadPresent(submasks, thread)) continue;
         if (info->is64Bit) {
-          append64BitThread(out, info, values, thread);
+          append64BitThread(out, *info, values, thread);
         } else {
-          appendThread(out, info, values, thread);
+          appendThread(out, *info, values, thread);
         }
       }
       break;
@@ -95,8 +95,8 @@ void appendBody(Text& out, const InfoPtr& info, const Submasks& submasks) {
     case 2:
       printPad(info, values, out, 0);
       break;
-    case 3:  // every thread, whatever the submask says, and never as 64-bit values
-      for (std::uint32_t thread = 0; thread < kThreads; ++thread) appendThread(out, info, values, thread);
+    case 3:  // the last: a record has no others. Every thread, whatever the submask says, and never as 64-bit values
+      for (std::uint32_t thread = 0; thread < kThreads; ++thread) appendThread(out, *info, values, thread);
       printPad(info, values, out, kThreads);
       break;
   }
@@ -128,6 +128,7 @@ char* db_get_printf_string(const void* buffer, std::size_t bufferSize, const cha
 }
 
 void db_free_printf_string(char** text) {
-  delete[] * text;
+  const char* const array = *text;
   *text = nullptr;
+  delete[] array;
 }

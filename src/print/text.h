@@ -24,8 +24,8 @@ using Text = fmt::basic_memory_buffer<char, 500>;
 // setting the new end. A text that outgrows its first memory mostly is one of 64 or 128 lines, and gets what these need
 // at once.
 inline char* makeRoom(Text& out, std::size_t count) {
-  constexpr std::size_t kManyLines = 4000;
-  if (out.capacity() - out.size() < count) out.try_reserve(std::max(out.size() + count, kManyLines));
+  constexpr std::size_t kSizeOfManyLines = 4000;
+  if (out.capacity() - out.size() < count) out.try_reserve(std::max(out.size() + count, kSizeOfManyLines));
   return out.data() + out.size();
 }
 

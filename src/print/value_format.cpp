@@ -71,7 +71,7 @@ class FormatCleaner {
   char peek() const { return at_ < format_.size() ? format_[at_] : '\0'; }
 
   bool skip(char c) {
-    if (peek() != c || at_ == format_.size()) return false;
+    if (peek() != c) return false;
     ++at_;
     return true;
   }
@@ -205,6 +205,18 @@ char* copyTo(char* at, std::string_view text) {
   return at;
 }
 
+// Older standard libraries of Android's NDK (before r26) have to_chars() for integers only; {fmt} writes the floats
+// there.
+#if defined(__cpp_lib_to_chars) || (defined(_LIBCPP_VERSION) && _LIBCPP_VERSION >= 14000)
+constexpr bool kHasFloatToChars = true;
+char* writeFixed(char* at, char* limit, float value, int precision) {
+  return std::to_chars(at, limit, value, std::chars_format::fixed, precision).ptr;
+}
+#else
+constexpr bool kHasFloatToChars = false;
+char* writeFixed(char* at, char*, float, int) { return at; }
+#endif
+
 bool isFinite(std::uint32_t bits) { return (bits & 0x7F800000) != 0x7F800000; }
 
 }  // namespace
@@ -220,6 +232,7 @@ ValueFormat::ValueFormat(const char* format, bool isFloat) : isFloat_(isFloat), 
 }
 
 bool ValueFormat::splitPlain() {
+  if (isFloat_ && !kHasFloatToChars) return false;
   const auto percent = format_.find('%');
   if (percent == std::string_view::npos || format_.find('%', percent + 1) != std::string_view::npos) return false;
   auto rest = format_.substr(percent + 1);
@@ -259,7 +272,7 @@ void ValueFormat::appendPlainLine(Text& out, std::uint32_t word) const {
   char* const limit = at + kMostCharacters;
   switch (plain_.type) {
     case 'f':
-      at = std::to_chars(at, limit, std::bit_cast<float>(word), std::chars_format::fixed, plain_.precision).ptr;
+      at = writeFixed(at, limit, std::bit_cast<float>(word), plain_.precision);
       break;
     case 'u':
       at = std::to_chars(at, limit, word).ptr;

@@ -1,4 +1,4 @@
-// What the code under test allocates, and inputs that lie in memory of exactly their size.
+// What tests and fuzz targets share: inputs in memory of exactly their size, and what the code under test allocates.
 #pragma once
 
 #include <cstddef>
@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 // Allocations that were made and not given back, in the whole program.
 long liveAllocations();
@@ -37,6 +38,9 @@ class ExactBytes {
   std::size_t shift_;
   std::unique_ptr<char[]> memory_;
 };
+
+// The rows of a file in tests/cases, split at tabs into `fields` or more. Empty lines and those with '#' are not rows.
+std::vector<std::vector<std::string>> readCases(const std::string& name, std::size_t fields);
 
 // Writes the lowest `width` bytes of `value`, little-endian.
 inline void put(std::string& bytes, std::size_t offset, std::uint64_t value, std::size_t width) {

@@ -1,9 +1,11 @@
-#include "allocations.h"
+#include "support.h"
 
 #include <atomic>
 #include <cstdlib>
+#include <fstream>
 #include <iterator>
 #include <new>
+#include <sstream>
 
 namespace {
 
@@ -72,3 +74,17 @@ std::string AllocationLog::text() const {
 }
 
 std::size_t AllocationLog::lastSize() const { return lastArraySize; }
+
+std::vector<std::vector<std::string>> readCases(const std::string& name, std::size_t fields) {
+  std::ifstream file(CASES + ("/" + name));
+  std::vector<std::vector<std::string>> rows;
+  for (std::string line; std::getline(file, line);) {
+    if (line.empty() || line.starts_with('#')) continue;
+    auto& row = rows.emplace_back();
+    std::istringstream stream(line + '\t');
+    for (std::string field; std::getline(stream, field, '\t');) row.push_back(field);
+    if (row.size() < fields) std::abort();
+  }
+  if (rows.empty()) std::abort();
+  return rows;
+}
