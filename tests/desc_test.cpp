@@ -96,7 +96,7 @@ TEST(DescLog, DecodesAsTheCasesSay) {
     const auto log = logOf(row[2], row[3], row[4]);
     const auto decode = row[1] == "all" ? decodeAll : decodeNewest;
     const long before = liveAllocations();
-    for (const std::size_t shift : {0, 1}) EXPECT_EQ(decode(ExactBytes(log, shift)), row[5]) << row[0];
+    for (const std::size_t shift : {0U, 1U}) EXPECT_EQ(decode(ExactBytes(log, shift)), row[5]) << row[0];
     EXPECT_EQ(liveAllocations(), before) << row[0];
   }
   std::uint32_t count = 77;
