@@ -28,7 +28,8 @@ check "version of the tool" "zarn-utility $version" "$(tool --version)"
 check "version of the man page" 1 "$(grep -c "^\.Os zarn-utility $version$" "$prefix/share/man/man1/zarn-utility.1")"
 
 # Files that name this build or the first prefix could not be moved.
-check "places in the installed files" "" "$(grep -rIlFe "$work" -e "$(realpath "$build")" -e "$source" "$prefix" || true)"
+check "places in the installed files" "" \
+  "$(grep -rIlFe "$work/" -e "$(realpath "$build")/" -e "$source/" "$prefix" || true)"
 
 buffers=("$samples"/print/{masked-64bit,single-float,all-i32}.bin)
 printed=$(for buffer in "${buffers[@]}"; do tool print --strings "$samples/print/strings.bin" "$buffer"; done)
