@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Holds a built library against what it has to be: shared_object.sh LIBRARY OBJDUMP
-# Both tools read the objects of the processor that was built for, so this runs on cross builds too.
+# Holds a built library against what it has to be: shared_object.sh LIBRARY OBJDUMP CONFIGURATION
+# The tools read the objects of the processor that was built for, so this runs on cross builds too.
 set -u
-library=$1 objdump=$2
+library=$1 objdump=$2 configuration=$3
 here=$(dirname "$0")
 status=0
 check() {  # check WHAT EXPECTED FOUND
@@ -32,4 +32,6 @@ code=$("$objdump" -d --no-show-raw-insn "$library")
 check "functions without branch protection" "" "$(awk '/^[0-9a-f]+ <(db|clc)_/ { name = $2; getline; first = $0
   if (first !~ /endbr64|paciasp|bti/) print name }' <<<"$code")"
 check "stack protector" "__stack_chk_fail" "$(grep -o '__stack_chk_fail' <<<"$symbols" | sort -u)"
+[ "$configuration" = Debug ] ||
+  check "calls that are checked at run time" yes "$(grep -qE '__(snprintf|mem[a-z]+)_chk' <<<"$symbols" && echo yes)"
 exit $status

@@ -5,9 +5,13 @@ namespace {
 
 constexpr std::uint32_t kHeaderSize = 4;
 constexpr std::uint32_t kRecordSize = 8;
-constexpr std::uint32_t kShortestEntry = kHeaderSize + 64 + kRecordSize;  // with a descriptor of one unit
-constexpr std::uint32_t kTagBehind = 2;                                   // the tag's position before a record's end,
-constexpr std::uint32_t kStartOffsetBehind = 4;                           // and the start offset's
+
+// With a descriptor of one unit.
+constexpr std::uint32_t kShortestEntry = kHeaderSize + 64 + kRecordSize;
+
+// Before a record's end.
+constexpr std::uint32_t kTagBehind = 2;
+constexpr std::uint32_t kStartOffsetBehind = 4;
 
 // Three positions of an entry count modulo 65,536 once they are reduced to the ring: those of its newest tag, of its
 // start offset and of its PC. In rings of more than 65,536 bytes that makes them other positions; it is meant so. The
