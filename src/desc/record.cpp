@@ -17,25 +17,34 @@ struct PcList {
   }
 };
 
-// From the oldest record to the newest. Slots that no PC reaches stay as they are.
+// From the oldest record to the newest. Slots that no PC reaches stay as they are. Records of one tag mostly come in
+// runs: their list is at hand until another tag comes.
 void gatherPcs(const Log& log, const Entry& entry, DescBufInfo& record) {
   PcList nextPtr{record.rbNextPtrPcs, record.rbNextPtrPcs + record.rbNextPtrCount};
   PcList end{record.rbEndPcs, record.rbEndPcs + record.rbEndCount};
   PcList release{record.rbReleasePcs, record.rbReleasePcs + record.rbReleaseCount};
-  log.visitRecords(entry.oldest, entry.counts.total(), [&](std::uint32_t pc, std::uint16_t tag) {
-    switch (Tag{tag}) {
+  PcList other{nullptr, nullptr};  // of all other tags, with room for none
+  const auto listOf = [&](Tag tag) -> PcList& {
+    switch (tag) {
       case Tag::kRbNextPtr:
-        nextPtr.add(pc);
-        break;
+        return nextPtr;
       case Tag::kRbEnd:
-        end.add(pc);
-        break;
+        return end;
       case Tag::kRbRelease:
-        release.add(pc);
-        break;
+        return release;
       default:
-        break;
+        return other;
     }
+  };
+  Tag runTag{};
+  PcList run = other;
+  log.visitRecords(entry.oldest, entry.counts.total(), [&](std::uint32_t pc, std::uint16_t tag) {
+    if (Tag{tag} != runTag) {
+      listOf(runTag) = run;
+      runTag = Tag{tag};
+      run = listOf(runTag);
+    }
+    run.add(pc);
   });
 }
 
@@ -58,7 +67,7 @@ void fillRecord(const Log& log, const Entry& entry, DescBufInfo& record) {
   record.hasRbRelease = record.rbReleaseCount != 0;
   record.totalLogUsed = log.totalUsed();
   record.pc = entry.pc;
-  gatherPcs(log, entry, record);
+  if (entry.counts.total() > 0) gatherPcs(log, entry, record);
   log.copy(entry.start + 4U, record.descSize, record.desc);
 }
 
