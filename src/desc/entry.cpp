@@ -73,8 +73,7 @@ std::uint16_t anchorBefore(const Log& log, std::uint16_t tagPosition) {
 
 // The bytes of a descriptor of `units`, or nothing where the log is too small for the size it would be cut to.
 std::optional<std::uint32_t> descriptorSize(const Log& log, Tag tag, std::uint16_t units) {
-  const bool isRingBufferAte = tag != Tag::kEdma && tag != Tag::kGlsu;
-  const std::uint32_t raw = units * (isRingBufferAte ? 128U : 64U);
+  const std::uint32_t raw = units * (isRingBufferAte(tag) ? 128U : 64U);
   // 76 in the test and 128 in the cut are meant to differ. Below 76 bytes the test wraps too, and nothing is ever cut:
   // such a descriptor goes round and round its tiny ring.
   const auto size = static_cast<std::uint32_t>(log.size());
@@ -83,33 +82,37 @@ std::optional<std::uint32_t> descriptorSize(const Log& log, Tag tag, std::uint16
   return size - 128;
 }
 
-}  // namespace
-
-std::optional<Entry> locate(const Log& log, std::uint16_t writeOffset) {
-  if (log.ringSize() == 0) return std::nullopt;
+// Fills in the entry whose newest record ends at `writeOffset`. Says whether there is one that can be decoded.
+bool find(const Log& log, std::uint16_t writeOffset, Entry& entry) {
+  if (log.ringSize() == 0) return false;
   const std::uint16_t tagPosition = cut(log.ring(writeOffset - kTagBehind));
-  Entry entry;
   entry.tag = Tag{log.u16(tagPosition)};
-  if (!isKnown(entry.tag)) return std::nullopt;
+  if (!isKnown(entry.tag)) return false;
 
   std::uint16_t anchor = writeOffset;
   if (isRbRecord(entry.tag)) {
     walkBack(log, writeOffset, entry);
     // The PC of such an entry is read before its own start, from the eight bytes that end there. It is meant so.
     anchor = anchorBefore(log, tagPosition);
-    if (anchor > log.size()) return std::nullopt;
+    if (anchor > log.size()) return false;
   }
 
   entry.start = log.u16(cut(log.ring(writeOffset - kStartOffsetBehind)));
-  if (entry.start > log.size()) return std::nullopt;
-  if (const auto units = log.descriptorUnits(entry.start)) {
-    const auto size = descriptorSize(log, entry.tag, *units);
-    if (!size) return std::nullopt;
-    entry.descSize = *size;
-    entry.pc = log.u32(cut(log.ring(anchor - kRecordSize)));
-  } else if (entry.counts.total() == 0) {
-    return std::nullopt;
-  }
+  if (entry.start > log.size()) return false;
+  const auto units = log.descriptorUnits(entry.start);
+  if (!units) return entry.counts.total() > 0;
+  const auto size = descriptorSize(log, entry.tag, *units);
+  if (!size) return false;
+  entry.descSize = *size;
+  entry.pc = log.u32(cut(log.ring(anchor - kRecordSize)));
+  return true;
+}
+
+}  // namespace
+
+std::optional<Entry> locate(const Log& log, std::uint16_t writeOffset) {
+  std::optional<Entry> entry(std::in_place);
+  if (!find(log, writeOffset, *entry)) entry.reset();
   return entry;
 }
 

@@ -27,6 +27,8 @@ struct RbCounts {
   std::uint32_t total() const { return nextPtr + end + release; }
 };
 
+inline bool isRingBufferAte(Tag tag) { return tag != Tag::kEdma && tag != Tag::kGlsu; }
+
 struct Entry {
   Tag tag{};                 // of the newest record
   std::uint16_t start = 0;   // buffer offset of the descriptor header; the entry before this one ends there

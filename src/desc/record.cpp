@@ -61,7 +61,7 @@ void fillRecord(const Log& log, const Entry& entry, DescBufInfo& record) {
   record.overSized = log.totalUsed() != log.writeOffset();
   record.isEdma = entry.tag == Tag::kEdma;
   record.isGlsu = entry.tag == Tag::kGlsu;
-  record.isRingBufferAte = entry.tag != Tag::kEdma && entry.tag != Tag::kGlsu;
+  record.isRingBufferAte = isRingBufferAte(entry.tag);
   record.hasRbNextPtr = record.rbNextPtrCount != 0;
   record.hasRbEnd = record.rbEndCount != 0;
   record.hasRbRelease = record.rbReleaseCount != 0;

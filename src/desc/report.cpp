@@ -86,12 +86,16 @@ void appendEntry(TextBuilder& out, const DescBufInfo& record, const Labels& labe
                   record.rbReleasePcs, record.rbReleaseCount);
 }
 
+constexpr std::size_t kSizeOfLogHeader = 100;
+
 // About as many characters as an entry's part of a report has, and hardly ever fewer.
 std::size_t textSize(const Entry& entry) {
-  constexpr std::size_t kSizeOfFixedLines = 256;
+  constexpr std::size_t kSizeOfFixedLines = 100;
+  constexpr std::size_t kSizeOfRbLines = 60;
   constexpr std::size_t kSizeOfPcLine = 36;
   const std::size_t bytes = elements(entry.descSize);
-  return kSizeOfFixedLines + 3 * bytes + bytes / 32 + kSizeOfPcLine * entry.counts.total();
+  const std::size_t rbLines = isRingBufferAte(entry.tag) ? kSizeOfRbLines + kSizeOfPcLine * entry.counts.total() : 0;
+  return kSizeOfFixedLines + 3 * bytes + bytes / 32 + rbLines;
 }
 
 }  // namespace
@@ -123,7 +127,7 @@ char* db_get_desc_string(const void* buffer, std::uint64_t size) {
   if (!entry) return nullptr;  // where the array report gives an empty text; it is meant
   RecordBuffer record;
   TextBuilder out;
-  out.reserve(textSize(*entry));
+  out.reserve(kSizeOfLogHeader + textSize(*entry));
   appendReport(out, record.fill(log, *entry));
   return out.copy();
 }
@@ -133,7 +137,7 @@ char* db_get_desc_string_array(const void* buffer, std::uint64_t size) {
   const Log log(buffer, size);
   TextBuilder out;
   if (log.isReadable()) {
-    std::size_t characters = 0;
+    std::size_t characters = kSizeOfLogHeader;
     for (EntryWalk walk(log); const auto entry = walk.next();) characters += textSize(*entry);
     out.reserve(characters);
     RecordBuffer record;
