@@ -3,7 +3,6 @@
 namespace zarn::desc {
 namespace {
 
-constexpr std::uint32_t kHeaderSize = 4;
 constexpr std::uint32_t kRecordSize = 8;
 
 // With a descriptor of one unit.

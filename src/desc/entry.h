@@ -29,13 +29,15 @@ struct RbCounts {
 
 inline bool isRingBufferAte(Tag tag) { return tag != Tag::kEdma && tag != Tag::kGlsu; }
 
+constexpr std::uint32_t kHeaderSize = 4;  // the descriptor begins that many bytes behind its header's start
+
 struct Entry {
   Tag tag{};                 // of the newest record
   std::uint16_t start = 0;   // buffer offset of the descriptor header; the entry before this one ends there
   std::uint32_t oldest = 0;  // position of the oldest ring-buffer record
   RbCounts counts;
   std::uint32_t pc = 0xFFFFFFFF;
-  std::uint32_t descSize = 0;  // in bytes; they begin 4 bytes behind the header's start
+  std::uint32_t descSize = 0;  // in bytes
 };
 
 // The entry whose newest record ends at `writeOffset`, or nothing where there is none that can be decoded.

@@ -65,6 +65,12 @@ class Log {
     }
   }
 
+  // The bytes from ring(position) on, where `count` of them lie in one piece; else null.
+  const std::uint8_t* inOnePiece(std::uint32_t position, std::uint32_t count) const {
+    const std::uint32_t at = ring(position);
+    return count <= ringSize_ - at && count <= positionsFrom(position) ? bytes_ + at : nullptr;
+  }
+
   // Copies `count` bytes from ring(position) on, in whole runs; a count beyond the ring's length goes round again.
   void copy(std::uint32_t position, std::uint32_t count, std::uint8_t* out) const {
     while (count > 0) {

@@ -55,7 +55,7 @@ void setCounts(const Entry& entry, DescBufInfo& record) {
   record.descSize = entry.descSize;
 }
 
-// Everything but the counts, and the arrays that were made for them: those are filled here.
+// Everything but the counts and the descriptor. The PC arrays were made for the counts, and are filled here.
 void fillRecord(const Log& log, const Entry& entry, DescBufInfo& record) {
   record.valid = 1;
   record.overSized = log.totalUsed() != log.writeOffset();
@@ -68,7 +68,6 @@ void fillRecord(const Log& log, const Entry& entry, DescBufInfo& record) {
   record.totalLogUsed = log.totalUsed();
   record.pc = entry.pc;
   if (entry.counts.total() > 0) gatherPcs(log, entry, record);
-  log.copy(entry.start + 4U, record.descSize, record.desc);
 }
 
 }  // namespace
@@ -81,6 +80,7 @@ DescBufInfo* makeRecord(const Log& log, const Entry& entry) {
   record->rbReleasePcs = new std::uint32_t[record->rbReleaseCount]();
   record->desc = new std::uint8_t[record->descSize];
   fillRecord(log, entry, *record);
+  log.copy(entry.start + kHeaderSize, record->descSize, record->desc);
   return record;
 }
 
@@ -95,12 +95,18 @@ void deleteRecord(DescBufInfo* record) {
 const DescBufInfo& RecordBuffer::fill(const Log& log, const Entry& entry) {
   setCounts(entry, record_);
   pcs_.assign(entry.counts.total(), 0);
-  desc_.resize(std::max<std::size_t>(desc_.size(), entry.descSize));
   record_.rbNextPtrPcs = pcs_.data();
   record_.rbEndPcs = record_.rbNextPtrPcs + record_.rbNextPtrCount;
   record_.rbReleasePcs = record_.rbEndPcs + record_.rbEndCount;
-  record_.desc = desc_.data();
   fillRecord(log, entry, record_);
+  // The descriptor stays where it is, for reading only, but where it goes on at the ring's start.
+  const std::uint32_t start = entry.start + kHeaderSize;
+  record_.desc = const_cast<std::uint8_t*>(log.inOnePiece(start, entry.descSize));
+  if (record_.desc == nullptr) {
+    wrapped_.resize(std::max<std::size_t>(wrapped_.size(), entry.descSize));
+    log.copy(start, entry.descSize, wrapped_.data());
+    record_.desc = wrapped_.data();
+  }
   return record_;
 }
 

@@ -14,15 +14,16 @@ DescBufInfo* makeRecord(const Log& log, const Entry& entry);
 // Releases a record and its arrays, of which each may be null.
 void deleteRecord(DescBufInfo* record);
 
-// A record that never leaves the library. Filled again and again, it keeps its memory.
+// A record that never leaves the library, and is only read. Filled again and again, it keeps its memory; its descriptor
+// may lie in the log.
 class RecordBuffer {
  public:
   const DescBufInfo& fill(const Log& log, const Entry& entry);
 
  private:
   DescBufInfo record_{};
-  std::vector<std::uint32_t> pcs_;  // of all three lists
-  std::vector<std::uint8_t> desc_;
+  std::vector<std::uint32_t> pcs_;     // of all three lists
+  std::vector<std::uint8_t> wrapped_;  // a descriptor that does not lie in one piece
 };
 
 }  // namespace zarn::desc
