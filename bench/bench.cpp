@@ -14,7 +14,7 @@
 
 #include "inputs.h"
 #include "plain.h"
-#include "print/text.h"
+#include "print/fmt.h"
 
 namespace bench {
 

@@ -10,7 +10,7 @@
 #include <sstream>
 #include <vector>
 
-#include "print/text.h"
+#include "print/fmt.h"
 
 namespace bench::plain {
 

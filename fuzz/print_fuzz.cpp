@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "fuzz.h"
-#include "print/text.h"
+#include "print/fmt.h"
 #include "zarn_utility.h"
 
 namespace {

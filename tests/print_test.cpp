@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "print/text.h"
+#include "print/fmt.h"
 #include "support.h"
 #include "zarn_utility.h"
 

@@ -4,16 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
-// This is the one place that includes {fmt}: without exceptions, and with its error reports compiled out in every build
-// type, so that a debug build gives the same text as a release build.
-#define FMT_EXCEPTIONS 0
-#define FMT_ASSERT(condition, message) ((void)0)
-#define FMT_THROW(error) ((void)sizeof(error))
-
-#include <fmt/format.h>
-#include <fmt/printf.h>
-
-static_assert(FMT_VERSION >= 70100 && FMT_VERSION < 80000, "the texts are those of {fmt} 7");
+#include "fmt.h"
 
 namespace zarn::print {
 

@@ -1,0 +1,12 @@
+// {fmt} 7 as this library uses it: header-only, without exceptions, and with its error reports compiled out in every build
+// type, so that a debug build gives the same text as a release build. Nothing else includes {fmt}.
+#pragma once
+
+#define FMT_EXCEPTIONS 0
+#define FMT_ASSERT(condition, message) ((void)0)
+#define FMT_THROW(error) ((void)sizeof(error))
+
+#include <fmt/format.h>
+#include <fmt/printf.h>
+
+static_assert(FMT_VERSION >= 70100 && FMT_VERSION < 80000, "the texts are those of {fmt} 7");
