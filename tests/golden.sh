@@ -11,7 +11,7 @@ update=false
 golden=$(realpath "$1")
 shift
 tool=("$@")
-cd "$(dirname "$0")/../examples" || exit 2
+cd "$(dirname "$0")/samples" || exit 2
 
 zarn-utility() { "${tool[@]}" "$@"; }
 

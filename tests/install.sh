@@ -4,7 +4,7 @@
 set -eu
 build=$1 version=$2
 source=$(realpath "$(dirname "$0")/..")
-samples=$source/examples
+samples=$source/tests/samples
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 unset DESTDIR PKG_CONFIG_PATH CMAKE_PREFIX_PATH
@@ -44,7 +44,7 @@ inputs=("$samples/log/ring-buffer-ate.bin" "$samples/kernel/with-edma.bin")
 export PKG_CONFIG_PATH=${library%/*}/pkgconfig
 check "version of the pkg-config file" "$version" "$(pkg-config --modversion zarn_utility)"
 # shellcheck disable=SC2046,SC2086  # flags are several words
-${CC:-cc} -std=c99 ${CFLAGS:-} "$samples/decode.c" -o "$work/decode" \
+${CC:-cc} -std=c99 ${CFLAGS:-} "$source/examples/decode.c" -o "$work/decode" \
   $(pkg-config --cflags --libs zarn_utility) ${LDFLAGS:-}
 check "C by pkg-config" "$printed" "$("$work/decode" "$samples/print/strings.bin" "${buffers[@]}")"
 unset LD_LIBRARY_PATH

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# The samples in examples/ are what their generator writes: samples.sh GENERATOR...
+# The samples in samples/ are what their generator writes: samples.sh GENERATOR...
 set -eu
 fresh=$(mktemp -d)
 trap 'rm -rf "$fresh"' EXIT
 "$@" "$fresh"
-cd "$(dirname "$0")/../examples"
+cd "$(dirname "$0")/samples"
 for kind in "$fresh"/*; do diff -r "$kind" "$(basename "$kind")"; done
