@@ -12,9 +12,9 @@
 #include <utility>
 #include <vector>
 
-#include "inputs.h"
 #include "plain.h"
 #include "print/fmt.h"
+#include "workloads.h"
 
 namespace bench {
 

@@ -2,65 +2,42 @@
 // decode to something.
 
 #include "fuzz.h"
+#include "inputs.h"
 #include "zarn_utility.h"
 
 namespace {
 
-class LogMaker {
- public:
-  explicit LogMaker(Input input) {
-    const std::uint32_t size = 65 + input.word(2) % (input.byte() % 4 == 0 ? 200 : 4000);
-    ring_ = size - 64;
-    log_.resize(size);
-    at_ = start_ = input.byte() % ring_;
-    std::uint32_t total = 0;
-    while (!input.isEmpty()) {
-      const std::uint8_t instruction = input.byte();
-      if (instruction < 0x60) {
-        entry(instruction % 6, instruction / 6 % 5);
-      } else if (instruction < 0xB0) {
-        record(instruction % 6, instruction);
-      } else if (instruction < 0xD0) {
-        start_ = input.word(2) % (size + 2);  // later records refer to somewhere else
-      } else if (instruction < 0xF0) {
-        log_[input.word(2) % size] = static_cast<char>(input.byte());
-      } else {
-        total += instruction;
-      }
-    }
-    put(log_, size - 64, at_, 2);
-    put(log_, size - 60, at_ + total, 4);
-  }
+using namespace zarn::inputs;
 
-  const std::string& log() const { return log_; }
-
- private:
-  void append(std::uint32_t value, int width) {
-    for (int i = 0; i < width; ++i) {
-      log_[at_] = static_cast<char>(value >> 8 * i);
-      at_ = (at_ + 1) % ring_;
+// The log that an input stands for.
+std::string makeLog(Input input) {
+  const std::uint32_t size = 65 + input.word(2) % (input.byte() % 4 == 0 ? 200 : 4000);
+  LogWriter writer(size - 64, input.byte() % (size - 64));
+  std::vector<std::pair<std::size_t, std::uint8_t>> damages;
+  std::uint32_t total = 0;
+  constexpr std::string_view kTags[] = {"ED", "GL", "RB", "NP", "EL", "RL"};
+  while (!input.isEmpty()) {
+    const std::uint8_t instruction = input.byte();
+    if (instruction < 0x60) {
+      const std::uint32_t units = instruction / 6 % 5;
+      writer.header(units);
+      writer.moveTo(writer.writeOffset() + units * (instruction % 6 < 2 ? 64U : 128U));
+      writer.record(units, kTags[instruction % 6]);
+    } else if (instruction < 0xB0) {
+      writer.record(instruction, kTags[instruction % 6]);
+    } else if (instruction < 0xD0) {
+      writer.setStart(input.word(2) % (size + 2));  // later records refer to somewhere else
+    } else if (instruction < 0xF0) {
+      const std::size_t at = input.word(2) % size;
+      damages.emplace_back(at, input.byte());
+    } else {
+      total += instruction;
     }
   }
-
-  void record(std::uint32_t tag, std::uint32_t pc) {
-    append(pc, 4);
-    append(start_, 2);
-    append(static_cast<std::uint8_t>("EGRNER"[tag]), 1);
-    append(static_cast<std::uint8_t>("DLBPLL"[tag]), 1);
-  }
-
-  void entry(std::uint32_t tag, std::uint32_t units) {
-    start_ = at_;
-    append(0x5453 | units << 16, 4);
-    at_ = (at_ + units * (tag < 2 ? 64U : 128U)) % ring_;
-    record(tag, units);
-  }
-
-  std::string log_;
-  std::uint32_t ring_;
-  std::uint32_t at_;
-  std::uint32_t start_;
-};
+  auto log = writer.log(writer.writeOffset() + total);
+  for (const auto& [at, byte] : damages) put(log, at, byte, 1);
+  return log;
+}
 
 // What the public header promises of every record.
 void requireValid(const DescBufInfo& info, std::size_t size) {
@@ -115,8 +92,7 @@ Share share{"decoded"};
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const LogMaker maker(Input(data, size));
-  const ExactBytes log(maker.log());
+  const ExactBytes log(makeLog(Input(data, size)));
   const long before = liveAllocations();
   DescBufInfo* info = db_get_desc_buffer_info(log.data(), log.size());
   const bool isDecoded = info != nullptr;

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "fuzz.h"
+#include "inputs.h"
 #include "print/fmt.h"
 #include "zarn_utility.h"
 
@@ -112,12 +113,12 @@ struct Case {
   }
 
   std::string buffer() const {
-    std::string bytes(620, '\0');
-    put(bytes, 0, kind | dataType << 6 | 0x20, 4);
-    for (std::size_t i = 0; i < 4; ++i) put(bytes, 24 + 4 * i, print.submask, 4);
-    put(bytes, 40, offset, 4);
-    for (std::size_t i = 0; i < 128; ++i) put(bytes, 44 + 4 * i, print.words[i], 4);
-    return bytes.substr(0, size);
+    zarn::inputs::PrintBuffer buffer;
+    buffer.headerWord = zarn::inputs::headerWord(kind, dataType) | 0x20;
+    buffer.submasks.fill(print.submask);
+    buffer.formatOffset = offset;
+    std::copy(std::begin(print.words), std::end(print.words), buffer.data.begin());
+    return buffer.bytes().substr(0, size);
   }
 };
 

@@ -2,10 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include "inputs.h"
 #include "support.h"
 #include "zarn_utility.h"
 
 namespace {
+
+using namespace zarn::inputs;
 
 std::uint64_t checksum(const std::string& bytes) {
   const ExactBytes exact(bytes, 1);
@@ -56,7 +59,7 @@ TEST(EdmaScan, OnlyAFinalSlotOfTwoParcelsCounts) {
       const unsigned counted = a + b + c;
       for (unsigned at = 2; at + 4 <= length; at += 2) {
         std::string bundle(length, '\0');
-        put(bundle, 0, opcode | a << 7 | b << 9 | (c & 1) << 11 | extension << 12 | c >> 1 << 15, 2);
+        put(bundle, 0, bundleHead(opcode, a, b, c, extension), 2);
         put(bundle, at, 0xF9000040, 4);
         const bool expected = length == 2 + 2 * counted + 4 && at == 2 + 2 * counted;
         ASSERT_EQ(scan(bundle), expected) << opcode << ' ' << slots << ' ' << at;

@@ -9,20 +9,20 @@
 #include <sstream>
 
 #include "desc/report.h"
+#include "inputs.h"
 #include "support.h"
 #include "zarn_utility.h"
 
 namespace {
+
+using namespace zarn::inputs;
 
 // What tests/cases/logs.txt says of a log: size, write offset, and what is written where.
 std::string logOf(const std::string& sizeText, const std::string& writeOffsetText, const std::string& writes) {
   const std::size_t size = std::stoul(sizeText);
   const std::size_t writeOffset = std::stoul(writeOffsetText);
   std::string log(size, '\0');
-  if (size >= 64) {
-    put(log, size - 64, writeOffset, 2);
-    put(log, size - 60, writeOffset, 4);
-  }
+  if (size >= 64) putTrailer(log, writeOffset, writeOffset);
   std::istringstream stream(writes);
   for (std::string text; stream >> text;) {
     for (char& c : text) c = std::isalnum(static_cast<unsigned char>(c)) ? c : ' ';
@@ -32,10 +32,9 @@ std::string logOf(const std::string& sizeText, const std::string& writeOffsetTex
     std::uint64_t at = 0, first = 0, second = 0;
     fields >> kind >> at >> first >> second;
     if (kind == "ST") {
-      put(log, at, 0x5453 | first << 16, 4);
+      log.replace(at, 4, headerBytes(first));
     } else if (kind.size() == 2) {
-      put(log, at - 8, first | second << 32, 6);
-      log.replace(at - 2, 2, kind);
+      log.replace(at - 8, 8, recordBytes(first, second, kind));
     } else {
       put(log, at, first, std::stoul(kind));
     }

@@ -9,22 +9,21 @@
 #include <thread>
 #include <vector>
 
+#include "inputs.h"
 #include "print/fmt.h"
 #include "support.h"
 #include "zarn_utility.h"
 
 namespace {
 
-constexpr std::uint32_t kSingleWord = 0x02;    // kind 2 is print type 1, data type 0
-constexpr std::uint32_t kSingleFloat = 0x142;  // data type 5
+using zarn::inputs::PrintBuffer;
 
-std::string printBuffer(std::uint32_t headerWord, std::uint32_t formatOffset = 0, std::size_t size = 620) {
-  std::string bytes(620, '\0');
-  put(bytes, 0, headerWord, 4);
-  for (std::size_t offset = 4; offset < 24; offset += 4) put(bytes, offset, 0x01020304U * offset, 4);
-  put(bytes, 40, formatOffset, 4);
-  bytes.resize(size);
-  return bytes;
+constexpr std::uint32_t kSingleWord = zarn::inputs::headerWord(2, 0);
+constexpr std::uint32_t kSingleFloat = zarn::inputs::headerWord(2, 5);
+
+// Every identifier differs in each of its bytes.
+PrintBuffer printBuffer(std::uint32_t headerWord, std::uint32_t formatOffset = 0) {
+  return {headerWord, 0x04080C10, 0x08101820, 0x0C182430, 0x10203040, 0x14283C50, {}, formatOffset, {}};
 }
 
 std::string printText(const std::string& buffer, const std::string& format, std::size_t shift = 0) {
@@ -40,8 +39,8 @@ std::string printText(const std::string& buffer, const std::string& format, std:
 // The text that one value gives, without header block and line end.
 std::string valueText(const std::string& format, std::uint32_t headerWord, std::uint32_t word) {
   auto buffer = printBuffer(headerWord);
-  put(buffer, 44, word, 4);
-  auto text = printText(buffer, format);
+  buffer.data[0] = word;
+  auto text = printText(buffer.bytes(), format);
   for (int line = 0; line < 9; ++line) text.erase(0, text.find('\n') + 1);
   if (text.ends_with('\n')) text.pop_back();  // a NUL of '%c' hides the rest
   return text;
@@ -53,7 +52,7 @@ TEST(PrintHeader, AcceptsExactlyWhatItShould) {
     const auto number = [&row](std::size_t field) {
       return static_cast<std::uint32_t>(std::stoul(row[field], nullptr, 0));
     };
-    const ExactBytes buffer(printBuffer(number(1), number(3), number(2)), 1);
+    const ExactBytes buffer(printBuffer(number(1), number(3)).bytes().substr(0, number(2)), 1);
     const ExactBytes table(std::string(number(4), '\0'));
     const long before = liveAllocations();
     PrintBufInfo* info = db_get_print_buffer_info(buffer.data(), buffer.size(), table.data(), table.size());
@@ -79,7 +78,7 @@ TEST(PrintHeader, AcceptsExactlyWhatItShould) {
     }
     EXPECT_EQ(liveAllocations(), before);
   }
-  const std::string buffer = printBuffer(1);
+  const std::string buffer = printBuffer(1).bytes();
   EXPECT_EQ(db_get_print_buffer_info(nullptr, 620, "", 1), nullptr);
   EXPECT_EQ(db_get_print_buffer_info(buffer.data(), 620, nullptr, 1), nullptr);
   EXPECT_EQ(db_get_printf_string(buffer.data(), 619, "", 1), nullptr);
@@ -92,8 +91,8 @@ TEST(PrintHeader, IdentifiersNeedTheBytesUpToTheirEnd) {
     std::uint32_t value;
   } rows[] = {{db_get_gid, 16, 0x0C182430}, {db_get_kid, 20, 0x10203040}, {db_get_jid, 24, 0x14283C50}};
   for (const auto& row : rows) {
-    const ExactBytes exact(printBuffer(0, 0, row.size), 1);
-    const ExactBytes shorter(printBuffer(0, 0, row.size - 1));
+    const ExactBytes exact(printBuffer(0).bytes().substr(0, row.size), 1);
+    const ExactBytes shorter(printBuffer(0).bytes().substr(0, row.size - 1));
     EXPECT_EQ(row.get(exact.data(), exact.size()), row.value);
     EXPECT_EQ(row.get(shorter.data(), shorter.size()), 0xFFFFFFFF);
     EXPECT_EQ(row.get(nullptr, 620), 0xFFFFFFFF);
@@ -101,7 +100,7 @@ TEST(PrintHeader, IdentifiersNeedTheBytesUpToTheirEnd) {
 }
 
 TEST(PrintText, AllocatesTheRecordAndTheTextOnly) {
-  const auto buffer = printBuffer(kSingleWord);
+  const auto buffer = printBuffer(kSingleWord).bytes();
   const long before = liveAllocations();
   const AllocationLog log;
   char* text = db_get_printf_string(buffer.data(), buffer.size(), "%c|", 4);
@@ -189,7 +188,7 @@ TEST(PrintText, DoesNotShowTheHostsLocale) {
 }
 
 TEST(PrintText, ManyThreadsMayReadOneBuffer) {
-  const auto buffer = printBuffer(0xC0 | 6);
+  const auto buffer = printBuffer(0xC0 | 6).bytes();
   const std::string expected = printText(buffer, "%08x", 3);
   std::vector<std::thread> threads;
   for (int i = 0; i < 4; ++i) {

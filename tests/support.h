@@ -41,8 +41,3 @@ class ExactBytes {
 
 // The rows of a file in tests/cases, split at tabs into `fields` or more. Empty lines and those with '#' are not rows.
 std::vector<std::vector<std::string>> readCases(const std::string& name, std::size_t fields);
-
-// Writes the lowest `width` bytes of `value`, little-endian.
-inline void put(std::string& bytes, std::size_t offset, std::uint64_t value, std::size_t width) {
-  for (std::size_t i = 0; i < width; ++i) bytes.at(offset + i) = static_cast<char>(value >> 8 * i);
-}
