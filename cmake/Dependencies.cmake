@@ -1,26 +1,92 @@
-# What the library is built with. Each is looked for on the system first (script/bootstrap puts {fmt} into .deps), else
-# fetched as source of a pinned hash. All of it is header-only and ends up hidden inside the shared object.
+# What the project is built with: headers alone, each library's behind a private target zarn_NAME. No package, target or
+# cache entry of the libraries themselves is involved, so a parent project may use any version of them beside this one.
 
 include(FetchContent)
 
-file(GLOB fmt_bootstrapped ${PROJECT_SOURCE_DIR}/.deps/fmt/usr/lib/*/cmake/fmt)
-find_package(fmt 7.1...<8 CONFIG QUIET HINTS ${fmt_bootstrapped})
-if(NOT fmt_FOUND)
-  FetchContent_Declare(fmt
-    URL https://github.com/fmtlib/fmt/archive/7.1.3.tar.gz
-    URL_HASH SHA256=5cae7072042b3043e12d53d50ef404bbb76949dad1de368d7f993a15c8c05ecc
-    SYSTEM)
-  set(FMT_INSTALL OFF)
-  FetchContent_MakeAvailable(fmt)
-endif()
+# zarn_headers(NAME HEADER FILE URL ADDRESS HASH HASH [VERSION FILE REGEX])
+#
+# HEADER is looked for in .deps, where script/bootstrap puts {fmt}, and on the system; with VERSION only where FILE has a
+# line that matches REGEX. What isn't found is fetched, and has to have the HASH:
+#   ARCHIVE=...   SHA256 of the archive
+#   HEADERS=...   SHA256 of the headers' own SHA256s in the order of their names, whatever archive they came in
+#
+# Where the headers lie, or where else to fetch them from, can be set by ZARN_UTILITY_<NAME>_INCLUDE_DIR, _URL and _HASH.
+function(zarn_headers name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "HEADER;URL;HASH" "VERSION")
+  string(TOUPPER ZARN_UTILITY_${name} prefix)
+  set(${prefix}_URL ${arg_URL} CACHE STRING "Where ${arg_HEADER} is fetched from when it isn't found")
+  set(${prefix}_HASH ${arg_HASH} CACHE STRING "Hash of what is fetched")
+  mark_as_advanced(${prefix}_INCLUDE_DIR ${prefix}_URL ${prefix}_HASH)
 
-find_path(ZARN_UTILITY_XXHASH_INCLUDE_DIR xxhash.h DOC "Where xxhash.h lies")
-if(NOT ZARN_UTILITY_XXHASH_INCLUDE_DIR)
-  FetchContent_Declare(xxhash
-    URL https://github.com/Cyan4973/xxHash/archive/v0.8.1.tar.gz
-    URL_HASH SHA256=3bb6b7d6f30c591dd65aaaff1c8b7a5b94d81687998ca9400082c739a690436c)
-  FetchContent_MakeAvailable(xxhash)  # a header alone: nothing is built
-  set(ZARN_UTILITY_XXHASH_INCLUDE_DIR ${xxhash_SOURCE_DIR})
+  # A toolchain file may restrict the search to its own root. Headers fit every processor: this machine's will do as well.
+  find_path(${prefix}_INCLUDE_DIR ${arg_HEADER} DOC "Where ${arg_HEADER} lies"
+    HINTS ${PROJECT_SOURCE_DIR}/.deps/${name}/usr/include PATHS /usr/local/include /usr/include
+    CMAKE_FIND_ROOT_PATH_BOTH VALIDATOR zarn_has_version)
+  set(directory ${${prefix}_INCLUDE_DIR})
+  if(NOT directory)
+    zarn_fetch_headers(directory)
+  endif()
+
+  # The target sees these headers alone: the rest of /usr/include would get in a cross compiler's way.
+  string(REGEX REPLACE "/.*" "" entry ${arg_HEADER})
+  file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/headers/${name})
+  file(CREATE_LINK ${directory}/${entry} ${PROJECT_BINARY_DIR}/headers/${name}/${entry} SYMBOLIC)
+  add_library(zarn_${name} INTERFACE)
+  target_include_directories(zarn_${name} SYSTEM INTERFACE ${PROJECT_BINARY_DIR}/headers/${name})
+endfunction()
+
+# The two parts of zarn_headers() below see its variables.
+
+function(zarn_has_version result directory)
+  if(arg_VERSION)
+    list(POP_FRONT arg_VERSION file regex)
+    file(STRINGS ${directory}/${file} line REGEX ${regex})
+    if(NOT line)
+      set(${result} FALSE PARENT_SCOPE)
+    endif()
+  endif()
+endfunction()
+
+function(zarn_fetch_headers result)
+  string(REPLACE "=" ";" hash "${${prefix}_HASH}")
+  list(POP_FRONT hash kind expected)
+  if(kind STREQUAL ARCHIVE)
+    set(url_hash URL_HASH SHA256=${expected})
+  endif()
+  # The archive is only unpacked: SOURCE_SUBDIR, which isn't there, keeps its own CMakeLists.txt out.
+  FetchContent_Declare(zarn_${name} URL ${${prefix}_URL} ${url_hash} SOURCE_SUBDIR none)
+  FetchContent_MakeAvailable(zarn_${name})
+  find_path(directory ${arg_HEADER} PATHS ${zarn_${name}_SOURCE_DIR} PATH_SUFFIXES include
+    NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH NO_CACHE REQUIRED)
+  if(kind STREQUAL HEADERS)
+    cmake_path(GET arg_HEADER PARENT_PATH entry)
+    file(GLOB headers ${directory}/${entry}/*)
+    foreach(header IN LISTS headers)
+      file(SHA256 ${header} hash)
+      string(APPEND hashes ${hash})
+    endforeach()
+    string(SHA256 hash "${hashes}")
+    if(NOT hash STREQUAL expected)
+      message(FATAL_ERROR "${${prefix}_URL}: its headers have the hash ${hash}, not ${expected}")
+    endif()
+  endif()
+  set(${result} ${directory} PARENT_SCOPE)
+endfunction()
+
+zarn_headers(fmt HEADER fmt/printf.h VERSION fmt/core.h "^#define FMT_VERSION 701[0-9][0-9]$"
+  URL https://github.com/fmtlib/fmt/archive/7.1.3.tar.gz
+  HASH ARCHIVE=5cae7072042b3043e12d53d50ef404bbb76949dad1de368d7f993a15c8c05ecc)
+target_compile_definitions(zarn_fmt INTERFACE FMT_HEADER_ONLY)
+
+zarn_headers(xxhash HEADER xxhash.h
+  URL https://github.com/Cyan4973/xxHash/archive/v0.8.1.tar.gz
+  HASH ARCHIVE=3bb6b7d6f30c591dd65aaaff1c8b7a5b94d81687998ca9400082c739a690436c)
+
+if(ZARN_UTILITY_BUILD_TOOL)
+  zarn_headers(cli11 HEADER CLI/CLI.hpp
+    URL https://github.com/CLIUtils/CLI11/archive/v2.1.2.tar.gz
+    HASH HEADERS=835dbe3d468cd51640180e0b1352a666df3891575efcece2131123148e5ce1a7)
+  zarn_headers(json HEADER nlohmann/json.hpp
+    URL https://github.com/nlohmann/json/archive/v3.11.2.tar.gz
+    HASH ARCHIVE=d69f9deb6a75e2580465c6c4c5111b89c4dc2fa94e3a85fcd2ffcd9a143d9273)
 endif()
-add_library(xxhash_header INTERFACE)
-target_include_directories(xxhash_header SYSTEM INTERFACE ${ZARN_UTILITY_XXHASH_INCLUDE_DIR})

@@ -1,5 +1,6 @@
 // The checksum of a kernel binary.
 
+#include <cstdint>
 #include <string_view>
 
 #define XXH_INLINE_ALL  // hidden in this file: nothing of xxHash is exported or linked
