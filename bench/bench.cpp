@@ -1,4 +1,5 @@
-// Times every operation of the library against the plain way of doing the same, and prints the figures as Markdown.
+// Times every operation of the library against the plain way of doing the same (the reference), and prints the figures
+// as Markdown.
 
 #include <benchmark/benchmark.h>
 
@@ -12,11 +13,13 @@
 #include <utility>
 #include <vector>
 
-#include "plain.h"
 #include "print/fmt.h"
+#include "reference.h"
 #include "workloads.h"
 
 namespace bench {
+
+namespace reference = zarn::reference;
 
 extern std::size_t allocations;  // so far
 
@@ -43,9 +46,9 @@ Operation textOf(Get get, void (*release)(char**)) {
   };
 }
 
-template <typename Get>
-Operation arrayOf(Get get) {
-  return [get](std::string* result) {
+template <typename Get, typename Release>
+Operation arrayOf(Get get, Release release) {
+  return [get, release](std::string* result) {
     std::uint32_t count = 0;
     DescBufInfo** infos = get(&count);
     for (std::uint32_t i = 0; i < count && result != nullptr; ++i) {
@@ -56,7 +59,7 @@ Operation arrayOf(Get get) {
                              fmt::join(std::span(info.rbEndPcs, info.rbEndCount), ","),
                              fmt::join(std::span(info.rbReleasePcs, info.rbReleaseCount), ","));
     }
-    db_free_desc_buffer_info_array(infos, static_cast<std::int32_t>(count));
+    release(infos, count);
   };
 }
 
@@ -76,26 +79,32 @@ Pair print(std::uint32_t printKind, std::uint32_t dataType, std::uint32_t thread
   const std::size_t size = std::strlen(format) + 1;
   return {textOf([=, &buffer] { return db_get_printf_string(buffer.data(), buffer.size(), format, size); },
                  db_free_printf_string),
-          valueOf([=, &buffer] { return plain::printText(buffer.data(), format); })};
+          valueOf([=, &buffer] { return reference::printTextAsItIs(buffer.data(), format); })};
 }
 
 Pair arrayDecode(const std::string& log) {
-  return {arrayOf([&](auto* count) { return db_get_desc_buffer_info_array(log.data(), log.size(), count); }),
-          arrayOf([&](auto* count) { return plain::decodeLog(log, count); })};
+  return {arrayOf([&](auto* count) { return db_get_desc_buffer_info_array(log.data(), log.size(), count); },
+                  [](DescBufInfo** infos, std::uint32_t count) {
+                    db_free_desc_buffer_info_array(infos, static_cast<std::int32_t>(count));
+                  }),
+          arrayOf([&](auto* count) { return reference::decodeAll(log.data(), log.size(), count); },
+                  [](DescBufInfo** infos, std::uint32_t count) { reference::release(infos, count); })};
 }
 
-Pair report(const std::string& log, char* (*library)(const void*, std::uint64_t), decltype(plain::report)* plain) {
-  return {textOf([=, &log] { return library(log.data(), log.size()); }, db_free_desc_string),
-          valueOf([=, &log] { return plain(log); })};
+Pair singleReport(const std::string& log) {
+  return {textOf([&] { return db_get_desc_string(log.data(), log.size()); }, db_free_desc_string),
+          valueOf([&] { return *reference::report(log.data(), log.size()); })};
 }
 
-Pair singleReport(const std::string& log) { return report(log, db_get_desc_string, plain::report); }
-Pair arrayReport(const std::string& log) { return report(log, db_get_desc_string_array, plain::arrayReport); }
+Pair arrayReport(const std::string& log) {
+  return {textOf([&] { return db_get_desc_string_array(log.data(), log.size()); }, db_free_desc_string),
+          valueOf([&] { return reference::arrayReport(log.data(), log.size()); })};
+}
 
 Pair scan(std::size_t size, std::uint32_t shorts, std::uint32_t bundles) {
   const auto& bytes = kept(kernel(size, shorts, bundles));
   return {valueOf([&] { return clc_bin_has_edma_instr(bytes.data(), static_cast<std::int64_t>(bytes.size())); }),
-          valueOf([&] { return plain::hasEdma(bytes.data(), bytes.size()) ? 1 : 0; })};
+          valueOf([&] { return reference::hasEdma(bytes.data(), static_cast<std::int64_t>(bytes.size())) ? 1 : 0; })};
 }
 
 Pair checksum(std::size_t size) {
@@ -104,7 +113,7 @@ Pair checksum(std::size_t size) {
             std::uint64_t stored = 0;
             return clc_bin_compute_checksum(bytes.data(), bytes.size(), &stored);
           }),
-          valueOf([&] { return plain::checksum(bytes.data(), bytes.size()); })};
+          valueOf([&] { return reference::checksum(bytes.data(), bytes.size()); })};
 }
 
 // The times of some operations in one round, in the order in which they were registered.

@@ -78,13 +78,17 @@ class LogWriter {
     std::string_view tag;
   };
 
-  explicit LogWriter(std::size_t ringSize, std::size_t at = 0) : log_(ringSize + 64, '\0'), at_(at), start_(at) {}
+  explicit LogWriter(std::size_t ringSize, std::size_t at = 0) : LogWriter(std::string(ringSize, '\0'), at) {}
+
+  // With `ring` to be overwritten.
+  LogWriter(const std::string& ring, std::size_t at)
+      : log_(ring + std::string(64, '\0')), at_(at % ring.size()), start_(at_) {}
 
   std::size_t ringSize() const { return log_.size() - 64; }
   std::size_t writeOffset() const { return at_; }
 
-  // What is appended goes on here.
-  void moveTo(std::size_t position) { at_ = position % ringSize(); }
+  // Leaves bytes of the ring as they are.
+  void skip(std::size_t count) { at_ = (at_ + count) % ringSize(); }
 
   // The start offset of the records to come.
   void setStart(std::size_t offset) { start_ = offset; }

@@ -1,7 +1,9 @@
 #include "support.h"
 
+#include <malloc.h>
+
 #include <atomic>
-#include <cstdlib>
+#include <cstdio>
 #include <fstream>
 #include <iterator>
 #include <new>
@@ -10,7 +12,6 @@
 namespace {
 
 struct Allocation {
-  void* memory;
   std::size_t size;
   bool isArray;
 };
@@ -21,23 +22,42 @@ Allocation recorded[256];
 std::atomic<std::size_t> recordedCount = 0;
 std::atomic<std::size_t> lastArraySize = 0;
 
+// Every address that is allocated, and in its lowest bit whether it is an array. A hash table of fixed size, since
+// nothing can be allocated here; an address that is given back is in it, so gaps in front of it do not matter.
+constexpr std::size_t kSlots = 1 << 18;
+std::atomic<std::uintptr_t> slots[kSlots];
+
+// Replaces `from` by `to` in the first slot that holds it, at or behind the place of the address.
+bool replace(std::uintptr_t address, std::uintptr_t from, std::uintptr_t to) {
+  for (std::size_t i = 0; i < kSlots; ++i) {
+    auto& slot = slots[(address / 16 * 0x9E3779B1 + i) % kSlots];
+    auto expected = from;
+    if (slot.load(std::memory_order_relaxed) == from && slot.compare_exchange_strong(expected, to)) return true;
+  }
+  return false;
+}
+
 void* allocate(std::size_t size, bool isArray) {
+#ifdef M_PERTURB
+  [[maybe_unused]] static const int isPerturbed = mallopt(M_PERTURB, 0x5A);
+#endif
   void* memory = std::malloc(size == 0 ? 1 : size);
-  if (memory == nullptr) std::abort();
+  const auto address = reinterpret_cast<std::uintptr_t>(memory);
+  if (memory == nullptr || !replace(address, 0, address | (isArray ? 1 : 0))) std::abort();
   ++live;
   if (isArray) lastArraySize = size;
-  if (isRecording && recordedCount < std::size(recorded)) recorded[recordedCount++] = {memory, size, isArray};
+  if (isRecording && recordedCount < std::size(recorded)) recorded[recordedCount++] = {size, isArray};
   return memory;
 }
 
-// What was recorded has to be given back by the kind of delete that belongs to it.
 void release(void* memory, bool isArray) {
-  if (memory != nullptr) --live;
-  for (std::size_t i = 0; i < recordedCount; ++i) {
-    if (recorded[i].memory != memory) continue;
-    if (recorded[i].isArray != isArray) std::abort();
-    recorded[i].memory = nullptr;
+  if (memory == nullptr) return;
+  const auto address = reinterpret_cast<std::uintptr_t>(memory);
+  if (!replace(address, address | (isArray ? 1 : 0), 0)) {
+    std::fputs("support: given back by the wrong kind of delete, or twice\n", stderr);
+    std::abort();
   }
+  --live;
   std::free(memory);
 }
 

@@ -3,13 +3,16 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-// Allocations that were made and not given back, in the whole program.
+// Allocations that were made and not given back, in the whole program. Giving back an object as an array, an array as an
+// object, or what was not allocated, ends the program. New memory is not zero where the C library can see to that.
 long liveAllocations();
 
 // Records the sizes that operator new is called with in this object's lifetime, "80 4[] 0[]" for one object and two
@@ -21,6 +24,20 @@ class AllocationLog {
   std::string text() const;
   std::size_t lastSize() const;  // of the newest array; 0 where there is none
 };
+
+// The text that `get` returns, by the size of its allocation, so that a NUL inside it hides nothing; or nothing for null.
+template <typename Get>
+std::optional<std::string> textOf(Get get, void (*release)(char**)) {
+  const AllocationLog allocations;
+  char* text = get();
+  if (text == nullptr) return std::nullopt;
+  const std::size_t size = allocations.lastSize();
+  if (size == 0 || text[size - 1] != '\0') std::abort();
+  std::string copy(text, size - 1);
+  release(&text);
+  if (text != nullptr) std::abort();
+  return copy;
+}
 
 // A copy of `bytes` in an allocation of exactly their size, so that a sanitizer or valgrind sees any stray access;
 // `shift` bytes further on for an address that is not aligned.

@@ -1,0 +1,11 @@
+// The library beside the reference, on the same input: every field, array element, byte of text and count. Each function
+// returns what differs, and "" where nothing does; memory that is not given back differs, too.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+std::string comparePrint(const void* buffer, std::size_t size, const char* stringTable, std::size_t stringTableSize);
+std::string compareLog(const void* log, std::uint64_t size);
+std::string compareKernel(const void* kernel, std::size_t length);

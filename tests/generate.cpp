@@ -1,0 +1,189 @@
+#include "generate.h"
+
+#include <algorithm>
+#include <climits>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "inputs.h"
+#include "reference.h"
+
+using namespace zarn::inputs;
+
+namespace {
+
+// Words whose four bytes differ.
+class Random {
+ public:
+  explicit Random(std::uint32_t seed) : state_(seed) {}
+  std::uint32_t operator()() {
+    state_ = state_ * 1664525 + 1013904223;
+    return state_ ^ state_ >> 15;
+  }
+
+ private:
+  std::uint32_t state_;
+};
+
+// --------------------------------------------------------------------------------------------------------------------
+
+// Below 0x80 the characters themselves; above, what formats are made of, and numbers at the limits.
+std::string growFormat(Seed& seed) {
+  constexpr std::string_view kParts[] = {
+      "%",           "%1$", "%2$", "%0$",        "%%",         "*",          ".",
+      ".*",          "h",   "hh",  "l",          "ll",         "L",          "jz",
+      "t",           "d",   "i",   "u",          "x",          "X",          "o",
+      "c",           "s",   "p",   "a",          "A",          "e",          "E",
+      "f",           "F",   "g",   "G",          "n",          "%d",         "%u",
+      "%x",          "%f",  "%.",  "2147483646", "2147483647", "2147483639", "2147483648",
+      "99999999999", "%.2", "%08", "%-9",        "%+#",        "% ",         "%.2147483639",
+      "%2147483648"};
+  std::string format;
+  while (!seed.isEmpty() && format.size() < 1000) {
+    const std::uint8_t byte = seed.byte();
+    if (byte < 0x80) {
+      format += static_cast<char>(byte);
+    } else {
+      format += kParts[byte % std::size(kParts)];
+    }
+  }
+  return format.substr(0, format.find('\0'));
+}
+
+// Widths and precisions that would be honoured are cut to three digits; those that give no text stay.
+std::string tamed(std::string format, bool isFloat) {
+  const auto all = zarn::reference::conversions(format, isFloat, 0);
+  for (auto conversion = all.rbegin(); conversion != all.rend(); ++conversion) {
+    if (conversion->isSilent || !conversion->takesValue) continue;
+    if (conversion->width <= 999 && conversion->precision <= 999) continue;
+    std::string shortened;
+    int digits = 0;
+    for (std::size_t i = conversion->begin; i < conversion->end; ++i) {
+      digits = '0' <= format[i] && format[i] <= '9' ? digits + 1 : 0;
+      if (digits <= 3) shortened += format[i];
+    }
+    format.replace(conversion->begin, conversion->end - conversion->begin, shortened);
+  }
+  return format;
+}
+
+}  // namespace
+
+PrintInput growPrint(Seed seed) {
+  const std::uint32_t kind = seed.byte() % 10;
+  const std::uint32_t dataType = seed.byte() % 9;
+  const std::uint8_t shape = seed.byte();
+  Random random(seed.word(4));
+  PrintBuffer print;
+  print.headerWord = headerWord(kind, dataType) | (random() & 0xFFFFF820);
+  print.currentTime = random();
+  print.totalSize = random();
+  print.graphId = random();
+  print.kernelId = random();
+  print.instanceId = random();
+  for (auto& submask : print.submasks) submask = random() & random() & random();
+  print.formatOffset = shape % 4;
+  const std::uint32_t spread = seed.byte() % 32;  // zero bits at the top of values
+  auto format = growFormat(seed);
+  const bool valueMayCount = format.find('*') != std::string::npos;
+  for (std::size_t i = 0; i < print.data.size(); ++i) {
+    auto& word = print.data[i];
+    word = random() >> (i % 4 == 0 ? 0 : spread);
+    if (valueMayCount && word <= INT_MAX) word %= 1000;
+  }
+  format = tamed(std::move(format), dataType == 5 || dataType == 6);
+  std::string table = std::string(print.formatOffset, '%') + format + '\0';
+  const auto size = shape >= 0xFC ? 619 : std::size_t{620} + shape / 16 % 2;
+  if (shape == 0xFB) table.resize(print.formatOffset);
+  auto bytes = print.bytes() + '\0';
+  return {bytes.substr(0, size), table};
+}
+
+// --------------------------------------------------------------------------------------------------------------------
+
+namespace {
+
+constexpr std::string_view kTags[] = {"ED", "GL", "RB", "NP", "EL", "RL"};
+
+// What was in the ring before: zeros, anything, or records without entries.
+std::string oldRing(std::size_t ringSize, std::uint8_t kind, Random& random) {
+  std::string ring;
+  while (kind != 0 && ring.size() < ringSize) {
+    append(ring, random(), 4);
+    append(ring, random(), 2);
+    if (kind < 0xC0) {
+      append(ring, random(), 2);
+    } else {
+      ring += kTags[3 + random() % (kind % 3 + 1)];
+    }
+  }
+  ring.resize(ringSize);
+  return ring;
+}
+
+// Writes a record where it is looked for when the write offset is `writeOffset`: at positions that wrap modulo 2^32, and
+// those of tag, start offset and PC cut to 16 bits.
+void putNewest(std::string& log, std::uint32_t writeOffset, std::uint32_t start, std::string_view tag,
+               std::uint32_t pc) {
+  const auto ringSize = static_cast<std::uint32_t>(log.size() - 64);
+  const auto cut = [=](std::uint32_t position) { return position % ringSize & 0xFFFF; };
+  put(log, cut(writeOffset - 8), pc, 4);
+  put(log, cut(writeOffset - 4), start, 2);
+  log.replace(cut(writeOffset - 2), 2, tag);
+  putTrailer(log, writeOffset, writeOffset);
+}
+
+}  // namespace
+
+std::string growLog(Seed seed) {
+  Random random(seed.word(2));
+  const std::uint8_t sizes = seed.byte();
+  const std::uint8_t ringKind = seed.byte();
+  std::size_t size = 65 + seed.word(2) % (sizes < 0x80 ? 300 : 4000);
+  // Circles of a ring full of records take a long time in a big ring.
+  if (sizes >= 0xE0 && ringKind < 0xC0) size += 65536 * (1 + sizes % 2);
+  LogWriter writer(oldRing(size - 64, ringKind, random), seed.byte());
+
+  std::uint32_t extraTotal = 0;
+  std::vector<std::pair<std::size_t, std::uint8_t>> damages;
+  struct Newest {
+    std::uint32_t writeOffset, start;
+    std::string_view tag;
+  };
+  std::vector<Newest> planted;
+  while (!seed.isEmpty()) {
+    const std::uint8_t instruction = seed.byte();
+    const auto tag = kTags[instruction % 6];
+    if (instruction < 0x50) {
+      const std::size_t units = instruction / 6 % 5;
+      writer.header(units);
+      writer.skip(units * (instruction % 6 < 2 ? 64 : 128));
+      writer.record(random(), tag);
+    } else if (instruction < 0xA0) {
+      for (int i = instruction / 6 % 4; i >= 0; --i) writer.record(random(), tag);
+    } else if (instruction < 0xB0) {
+      writer.setStart(seed.word(2) % (size + 2));  // records to come refer to somewhere else
+    } else if (instruction < 0xC0) {
+      writer.setStart(size - instruction % 8);
+      damages.emplace_back(size - instruction % 8, 'S');
+      damages.emplace_back(size - instruction % 8 + 1, 'T');
+    } else if (instruction < 0xD0) {
+      const std::uint32_t start = seed.word(2);
+      planted.push_back({instruction % 16U, start < 0x8000 ? static_cast<std::uint32_t>(start % (size + 2)) : start,
+                         kTags[seed.byte() % 6]});
+    } else if (instruction < 0xF0) {
+      const std::size_t at = seed.word(2) % size;
+      damages.emplace_back(at, seed.byte());
+    } else {
+      extraTotal += instruction;
+    }
+  }
+  auto log = writer.log();
+  for (const auto& [writeOffset, start, tag] : planted) putNewest(log, writeOffset, start, tag, random());
+  if (extraTotal != 0) put(log, size - 60, extraTotal, 4);
+  for (const auto& [at, byte] : damages) {
+    if (at < size) put(log, at, byte, 1);
+  }
+  return log;
+}
