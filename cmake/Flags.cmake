@@ -4,6 +4,7 @@ add_library(zarn_flags INTERFACE)
 target_compile_options(zarn_flags INTERFACE
   -Wall -Wextra -Wconversion -Wshadow -Wpedantic
   $<$<BOOL:${ZARN_UTILITY_WERROR}>:-Werror>)
+target_link_options(zarn_flags INTERFACE LINKER:-z,separate-code)
 
 # Hardening that costs nothing.
 target_compile_options(zarn_flags INTERFACE -fstack-protector-strong)
@@ -11,6 +12,8 @@ if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
   target_compile_options(zarn_flags INTERFACE -fcf-protection)
 elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64|arm64")
   target_compile_options(zarn_flags INTERFACE -mbranch-protection=standard)
+  # Android devices may have pages of 16 KiB, and refuse an object that is aligned to less.
+  target_link_options(zarn_flags INTERFACE LINKER:-z,max-page-size=16384)
 endif()
 
 if(ZARN_UTILITY_SANITIZE)

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# Holds a built library against what it has to be: shared_object.sh LIBRARY OBJDUMP CONFIGURATION
-# The tools read the objects of the processor that was built for, so this runs on cross builds too.
+# Checks how the library was compiled and linked: shared_object.sh OBJDUMP CONFIGURATION COMMANDS LIBRARY TOOL OBJECT...
+# COMMANDS is the build's compile_commands.json; TOOL may be empty. Nothing is run, so cross builds are checked as well.
 set -u
-library=$1 objdump=$2 configuration=$3
+objdump=$1 configuration=$2 commands=$3 library=$4 tool=$5
+shift 5
 here=$(dirname "$0")
 status=0
 check() {  # check WHAT EXPECTED FOUND
@@ -18,7 +19,7 @@ check "exported names" "$(cat "$here/exports.txt")" "$exported"
 dynamic=$(readelf -W -d "$library")
 check "SONAME" "libzarn_clc_zarn_utility.so" "$(sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p' <<<"$dynamic")"
 check "libraries other than the C and C++ run-time" "" "$(sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' <<<"$dynamic" |
-  grep -vE '^(libc|libm|libgcc_s|libstdc\+\+|libc\+\+|libc\+\+abi|libunwind|ld-linux-.*)\.so(\.[0-9]+)*$')"
+  grep -vE '^(libc|libm|libdl|libgcc_s|libstdc\+\+|libc\+\+|libc\+\+abi|libunwind|ld(64|-linux-.*))\.so(\.[0-9]+)*$')"
 check "immediate binding" "NOW" "$(grep -o 'Flags: NOW\|BIND_NOW' <<<"$dynamic" | grep -o NOW | sort -u)"
 check "relocations in code" "" "$(grep TEXTREL <<<"$dynamic")"
 
@@ -27,11 +28,38 @@ check "read-only after relocation" "GNU_RELRO" "$(grep -o GNU_RELRO <<<"$segment
 check "stack" "RW" "$(awk '$1 == "GNU_STACK" { print $7 }' <<<"$segments")"
 check "writable code" "" "$(awk '$1 == "LOAD" && /RWE/' <<<"$segments")"
 
-# Every exported function begins with the landing mark of the processor's branch protection.
-code=$("$objdump" -d --no-show-raw-insn "$library")
-check "functions without branch protection" "" "$(awk '/^[0-9a-f]+ <(db|clc)_/ { name = $2; getline; first = $0
-  if (first !~ /endbr64|paciasp|bti/) print name }' <<<"$code")"
-check "stack protector" "__stack_chk_fail" "$(grep -o '__stack_chk_fail' <<<"$symbols" | sort -u)"
-[ "$configuration" = Debug ] ||
-  check "calls that are checked at run time" yes "$(grep -qE '__(snprintf|mem[a-z]+)_chk' <<<"$symbols" && echo yes)"
+# What each processor has for branch protection: the compiler's option, the instruction that a function begins with, and
+# what an object's note says. Android devices on arm64 may have pages of 16 KiB.
+branch_protection='' landing='' note='' page_size=0x1000
+case $(readelf -h "$library" | sed -n 's/.*Machine: *//p') in
+  *X86-64) branch_protection=-fcf-protection landing=endbr64 note='x86 feature: IBT, SHSTK' ;;
+  AArch64) branch_protection=-mbranch-protection=standard landing='paciasp|bti' note='AArch64 feature: BTI, PAC'
+    page_size=0x4000 ;;
+esac
+
+for file in "$library" ${tool:+"$tool"}; do
+  loaded=$(readelf -W -l "$file" | awk '$1 == "LOAD" { print $2, $NF, / R E / }')
+  check "executable segments of $file" 1 "$(grep -c ' 1$' <<<"$loaded")"
+  while read -r offset alignment is_code; do
+    check "alignment of $alignment in $file is enough" 1 $((alignment >= page_size))
+    check "code in pages of its own in $file" 1 $((!is_code || offset % alignment == 0))
+  done <<<"$loaded"
+done
+
+# The hardening that the compiler was asked for: whether a given compiler finds anything to protect is its own matter.
+options=(-fno-exceptions -fvisibility=hidden -fstack-protector-strong ${branch_protection:+"$branch_protection"})
+[ "$configuration" = Debug ] || options+=(-D_FORTIFY_SOURCE=2)
+compiled=$(grep '"command":.*zarn_utility_objects\.dir' "$commands")
+check "compiled files" $# "$(wc -l <<<"$compiled")"
+for option in "${options[@]}"; do
+  check "files compiled without $option" "" "$(grep -vFe " $option " <<<"$compiled")"
+done
+
+if [ -n "$landing" ]; then
+  # The linked object has the note only where the C run-time's own objects have it.
+  for object; do check "note of $object" "$note" "$(readelf -n "$object" | grep -oF "$note")"; done
+  check "functions with branch protection" "$(sed 's/@.*//' "$here/exports.txt")" "$("$objdump" -d --no-show-raw-insn "$library" |
+    awk -v landing="$landing" '/^[0-9a-f]+ <(db|clc)_/ { name = $2; getline; if ($0 ~ landing) print name }' |
+    tr -d '<>:' | sed 's/@.*//' | sort)"
+fi
 exit $status

@@ -1,0 +1,221 @@
+// The shared object in a program of its own: on many threads while the locale changes, with an operator new that throws,
+// and in a backtrace.
+
+#include <execinfo.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <clocale>
+#include <csignal>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <new>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "inputs.h"
+#include "zarn_utility.h"
+
+namespace {
+
+int allocationsUntilThrow = 0;  // of the library; 0: none throws
+bool isTraced = false;          // an allocation of the library leaves its backtrace
+thread_local bool isInLibrary = false;
+void* addresses[64];  // the backtrace, innermost call first
+int addressCount = 0;
+void* caller = nullptr;  // return address of the newest call() below
+
+void* allocate(std::size_t size) {
+  if (isInLibrary && allocationsUntilThrow > 0 && --allocationsUntilThrow == 0) throw std::bad_alloc();
+  if (isInLibrary && isTraced) addressCount = backtrace(addresses, std::size(addresses));
+  void* memory = std::malloc(std::max<std::size_t>(size, 1));
+  if (memory == nullptr) std::abort();
+  return memory;
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) { return allocate(size); }
+void* operator new[](std::size_t size) { return allocate(size); }
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+
+namespace {
+
+using namespace zarn::inputs;
+
+template <typename Function, typename... Arguments>
+[[gnu::noinline]] auto call(Function* function, Arguments... arguments) {
+  if (isTraced) caller = __builtin_return_address(0);
+  isInLibrary = true;
+  auto result = function(arguments...);
+  isInLibrary = false;
+  return result;
+}
+
+const char kStrings[] = "%a";
+
+std::string printBuffer() {
+  PrintBuffer buffer{headerWord(6, 5), 1, 2, 3, 4, 5};
+  buffer.data.fill(0x3FC00000);  // 1.5
+  return buffer.bytes();
+}
+
+std::string log() {
+  LogWriter log(512);
+  log.entry(1, 64, 0, {{100, "ED"}});
+  log.entry(1, 64, 0, {{200, "NP"}, {300, "EL"}, {400, "RL"}});
+  return log.log();
+}
+
+std::string ids() {
+  const auto buffer = printBuffer();
+  std::string text;
+  for (const auto get : {db_get_gid, db_get_kid, db_get_jid})
+    text += std::to_string(call(get, buffer.data(), buffer.size())) + " ";
+  return text;
+}
+
+std::string printInfo() {
+  const auto buffer = printBuffer();
+  PrintBufInfo* info = call(db_get_print_buffer_info, buffer.data(), buffer.size(), kStrings, sizeof kStrings);
+  const std::string text = std::to_string(info->totalSize) + info->format;
+  db_free_print_buffer_info(&info);
+  return text;
+}
+
+std::string printText() {
+  const auto buffer = printBuffer();
+  char* chars = call(db_get_printf_string, buffer.data(), buffer.size(), kStrings, sizeof kStrings);
+  std::string text = chars;
+  db_free_printf_string(&chars);
+  return text;
+}
+
+std::string newestRecord() {
+  const auto bytes = log();
+  DescBufInfo* info = call(db_get_desc_buffer_info, bytes.data(), bytes.size());
+  const std::string text = std::to_string(info->pc) + " " + std::to_string(info->rbReleasePcs[0]);
+  db_free_desc_buffer_info(&info);
+  return text;
+}
+
+std::string allRecords() {
+  const auto bytes = log();
+  std::uint32_t count = 0;
+  DescBufInfo** array = call(db_get_desc_buffer_info_array, bytes.data(), bytes.size(), &count);
+  std::string text;
+  for (std::uint32_t i = 0; i < count; ++i) text += std::to_string(array[i]->pc) + " ";
+  db_free_desc_buffer_info_array(array, static_cast<std::int32_t>(count));
+  return text;
+}
+
+template <char* get(const void*, std::uint64_t)>
+std::string report() {
+  const auto bytes = log();
+  char* chars = call(get, bytes.data(), bytes.size());
+  std::string text = chars;
+  db_free_desc_string(&chars);
+  return text;
+}
+
+std::string kernelFacts() {
+  const auto bytes = kernel({1, 2, 3});
+  std::uint64_t checksum = 0;
+  return std::to_string(call(clc_bin_compute_checksum, bytes.data(), bytes.size(), &checksum)) +
+         std::to_string(call(clc_bin_has_edma_instr, bytes.data(), static_cast<std::int64_t>(bytes.size())));
+}
+
+struct {
+  const char* name;
+  std::string (*run)();
+  bool allocates;
+} const kFunctions[] = {
+    {"db_get_gid, _kid, _jid", ids, false},
+    {"db_get_print_buffer_info", printInfo, true},
+    {"db_get_printf_string", printText, true},
+    {"db_get_desc_buffer_info", newestRecord, true},
+    {"db_get_desc_buffer_info_array", allRecords, true},
+    {"db_get_desc_string", report<db_get_desc_string>, true},
+    {"db_get_desc_string_array", report<db_get_desc_string_array>, true},
+    {"clc_bin_*", kernelFacts, false},
+};
+
+TEST(Host, ThreadsCallAllFunctionsWhileTheLocaleChanges) {
+  std::vector<std::string> expected;
+  for (const auto& function : kFunctions) expected.push_back(function.run());
+  EXPECT_NE(expected[2].find("0x1.8p+0"), std::string::npos);
+#ifdef LOCALES
+  setenv("LOCPATH", LOCALES, 1);
+  ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);
+#endif
+  constexpr int kThreads = 4;
+  std::atomic<int> running = kThreads;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i) {
+    threads.emplace_back([&] {
+      for (int time = 0; time < 50; ++time) {
+        auto text = expected.begin();
+        for (const auto& function : kFunctions) EXPECT_EQ(function.run(), *text++) << function.name;
+      }
+      --running;
+    });
+  }
+  while (running > 0) {
+    std::setlocale(LC_ALL, "C");
+    std::setlocale(LC_ALL, "de_DE.UTF-8");
+  }
+  for (auto& thread : threads) thread.join();
+  std::setlocale(LC_ALL, "C");
+}
+
+// How a child process ends that runs a function whose allocation `nth` throws: by SIGABRT, or with one of these.
+constexpr int kReturned = 10;
+constexpr int kCaught = 11;
+
+int endOfChild(std::string (*run)(), int nth) {
+  const pid_t child = fork();
+  if (child == 0) {
+    close(STDERR_FILENO);  // std::terminate has something to say
+    allocationsUntilThrow = nth;
+    try {
+      run();
+      _exit(kReturned);
+    } catch (...) {
+      _exit(kCaught);
+    }
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  return status;
+}
+
+TEST(Host, AnExceptionOfOperatorNewEndsTheProcess) {
+  for (const auto& function : kFunctions) {
+    int nth = 1;
+    int status = endOfChild(function.run, nth);
+    while (WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT) status = endOfChild(function.run, ++nth);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == kReturned) << function.name << ", allocation " << nth;
+    EXPECT_EQ(nth > 1, function.allocates) << function.name;
+  }
+}
+
+TEST(Host, ABacktraceFromInsideTheLibraryShowsTheCaller) {
+  for (const auto& function : kFunctions) {
+    if (!function.allocates) continue;
+    isTraced = true;
+    addressCount = 0;
+    function.run();
+    isTraced = false;
+    EXPECT_NE(std::find(addresses, addresses + addressCount, caller), addresses + addressCount) << function.name;
+  }
+}
+
+}  // namespace
