@@ -10,10 +10,27 @@ update=false
 [ "$1" != --update ] || { update=true; shift; }
 golden=$(realpath "$1")
 shift
-tool=("$@")
+tool=()
+for word in "$@"; do
+  [ ! -f "$word" ] || word=$(realpath "$word")
+  tool+=("$word")
+done
 cd "$(dirname "$0")/samples" || exit 2
 
 zarn-utility() { "${tool[@]}" "$@"; }
+
+# zarn-utility with a terminal for its output.
+on-terminal() { script -qec "$(printf '%q ' "${tool[@]}" "$@")" /dev/null </dev/null | tr -d '\r'; }
+
+# The string table of the samples with one more format, and a print buffer of one value for it: VALUE is four bytes as
+# printf takes them.
+table() { cat print/strings.bin && printf '%s\0' "$1"; }
+single() {
+  head -c 40 print/single-u32.bin
+  # shellcheck disable=SC2059  # the value is escapes
+  printf "\\$(printf %o "$(stat -c %s print/strings.bin)")\0\0\0$1"
+  tail -c +49 print/single-u32.bin
+}
 
 transcript() {
   local commands

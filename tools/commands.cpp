@@ -2,17 +2,75 @@
 
 #include <zarn_utility.h>
 
-#include <cerrno>
 #include <cinttypes>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <functional>
+#include <memory>
+#include <string_view>
 
 #include "input.h"
+#include "json.h"
+#include "out_of_memory.h"
+#include "output.h"
 
 namespace tool {
 namespace {
+
+// Gives back what the library returned.
+template <auto release>
+struct Release {
+  template <class T>
+  void operator()(T* result) const {
+    release(&result);
+  }
+};
+using PrintText = std::unique_ptr<char, Release<db_free_printf_string>>;
+using PrintInfo = std::unique_ptr<PrintBufInfo, Release<db_free_print_buffer_info>>;
+using Report = std::unique_ptr<char, Release<db_free_desc_string>>;
+
+// What came of an input: the problem, if there is one, and whether the input was shown for all that.
+struct Outcome {
+  std::string problem;
+  bool isShown;
+};
+
+const Outcome kShown{{}, true};
+
+Outcome failed(std::string problem) { return {std::move(problem), false}; }
+
+using Decode = std::function<Outcome(const std::string& name, const Bytes&)>;
+
+void prepareForLackOfMemory(const std::string& name, std::size_t behind, Format format, int status) {
+  const auto problem = kOutOfMemory + ("; inputs behind it that were not decoded: " + std::to_string(behind));
+  setLastWords({.toOutput = format == Format::kJson ? problemAsJson(name, kOutOfMemory) : "",
+                .toError = complaint(name, problem),
+                .status = status});
+}
+
+// Decodes the inputs in order. The status is kDone, or `failure` where an input could not be decoded.
+int decodeAll(const Names& names, Format format, const Decode& decode, int failure = kBadInput) {
+  int status = kDone;
+  for (std::size_t i = 0; i < names.size() && flush(); ++i) {
+    const auto& name = names[i];
+    prepareForLackOfMemory(name, names.size() - i - 1, format, failure);
+    Bytes bytes;
+    const auto unreadable = bytes.read(name);
+    const auto [problem, isShown] = unreadable.empty() ? decode(name, bytes) : failed(unreadable);
+    if (problem.empty()) continue;
+    if (!isShown && format == Format::kJson) write(problemAsJson(name, problem));
+    complain(name, problem);
+    status = failure;
+  }
+  return finish(status);
+}
+
+// Shows a text, under the name of its input where there are several.
+void showText(const Names& names, const std::string& name, std::string_view text) {
+  if (names.size() > 1) write("==> " + shownName(name) + " <==\n");
+  show(text);
+  if (!text.ends_with('\n')) write("\n");
+}
 
 std::uint32_t wordAt(const Bytes& bytes, std::size_t offset) {
   std::uint32_t word = 0;
@@ -23,28 +81,6 @@ std::uint32_t wordAt(const Bytes& bytes, std::size_t offset) {
 std::string tooShort(const Bytes& bytes, const char* what, std::size_t needed) {
   return "too short for " + std::string(what) + ": " + std::to_string(bytes.size()) + " bytes, " +
          std::to_string(needed - bytes.size()) + " missing";
-}
-
-// Decodes each input with `decode`, which returns what is wrong, or nothing at all.
-int decodeAll(const Names& names, const std::function<std::string(const std::string& name, const Bytes&)>& decode) {
-  int status = kDone;
-  for (const auto& name : names) {
-    Bytes bytes;
-    auto problem = bytes.read(name);
-    if (problem.empty()) problem = decode(name, bytes);
-    if (!problem.empty()) {
-      complain(name, problem);
-      status = kBadInput;
-    }
-    if (std::ferror(stdout) != 0) break;  // what follows would be lost too, and finish() needs errno as it is
-  }
-  return finish(status);
-}
-
-// Writes a text, under the name of its input where there are several.
-void show(const Names& names, const std::string& name, const char* text) {
-  if (names.size() > 1) std::printf("==> %s <==\n", name.c_str());
-  std::fputs(text, stdout);
 }
 
 // Why the library does not take a print buffer.
@@ -69,78 +105,103 @@ std::string logProblem(const Bytes& log, bool isAll) {
   return "no entry can be decoded at write offset " + std::to_string(writeOffset);
 }
 
+// Writes the records of a log as JSON and returns their number.
+std::uint32_t writeEntries(const std::string& name, const Bytes& log, bool isAll) {
+  if (!isAll) {
+    DescBufInfo* newest = db_get_desc_buffer_info(log.data(), log.size());
+    if (newest == nullptr) return 0;
+    writeLogAsJson(name, &newest, 1);
+    db_free_desc_buffer_info(&newest);
+    return 1;
+  }
+  std::uint32_t count = 0;
+  DescBufInfo** entries = db_get_desc_buffer_info_array(log.data(), log.size(), &count);
+  if (count > 0) writeLogAsJson(name, entries, count);
+  db_free_desc_buffer_info_array(entries, static_cast<std::int32_t>(count));
+  return count;
+}
+
 bool hasEdma(const Bytes& kernel) {
   return clc_bin_has_edma_instr(kernel.data(), static_cast<std::int64_t>(kernel.size())) == 1;
 }
 
+std::string checksumOf(const Bytes& kernel) {
+  std::uint64_t checksum = 0;
+  clc_bin_compute_checksum(kernel.data(), kernel.size(), &checksum);
+  char digits[17];
+  std::snprintf(digits, sizeof digits, "%016" PRIx64, checksum);
+  return digits;
+}
+
 // As the usual checksum tools do: a line with a name that would break it begins with a backslash.
-std::string escaped(const std::string& name) {
-  std::string text;
+std::string checksumLine(const std::string& name, const std::string& checksum, bool hasEdma) {
+  std::string shown;
   for (const char c : name) {
-    if (c == '\n' || c == '\\') text += '\\';
-    text += c == '\n' ? 'n' : c;
+    if (c == '\n' || c == '\\') shown += '\\';
+    shown += c == '\n' ? 'n' : c;
   }
-  return text;
+  return (shown == name ? "" : "\\") + checksum + (hasEdma ? "  edma     " : "  no-edma  ") + shown + "\n";
 }
 
 }  // namespace
 
-int printBuffers(const std::string& stringTable, const Names& buffers) {
+int printBuffers(const std::string& stringTable, const Names& buffers, Format format) {
+  prepareForLackOfMemory(stringTable, buffers.size(), format, kBadInput);
   Bytes table;
   if (const auto problem = table.read(stringTable); !problem.empty()) {
+    if (format == Format::kJson) write(problemAsJson(stringTable, problem));
     complain(stringTable, problem);
-    return kBadInput;
+    return finish(kBadInput);
   }
-  return decodeAll(buffers, [&](const std::string& name, const Bytes& buffer) {
+  return decodeAll(buffers, format, [&](const std::string& name, const Bytes& buffer) {
     // The library reads a format up to its NUL; the one behind the table's bytes ends a last string that lacks its own.
-    char* text = db_get_printf_string(buffer.data(), buffer.size(), table.data(), table.size());
-    if (text == nullptr) return printBufferProblem(buffer, table);
-    show(buffers, name, text);
-    db_free_printf_string(&text);
-    return std::string();
+    const PrintText text(db_get_printf_string(buffer.data(), buffer.size(), table.data(), table.size()));
+    if (text == nullptr) return failed(printBufferProblem(buffer, table));
+    if (format == Format::kJson) {
+      const PrintInfo info(db_get_print_buffer_info(buffer.data(), buffer.size(), table.data(), table.size()));
+      writePrintAsJson(name, *info, text.get());
+    } else {
+      showText(buffers, name, text.get());
+    }
+    // The library ends every line, so a text without a line end goes on behind a NUL.
+    const bool isCut = !std::string_view(text.get()).ends_with('\n');
+    return Outcome{isCut ? "a NUL cut the text short" : "", true};
   });
 }
 
-int reportLogs(bool isAll, const Names& logs) {
-  return decodeAll(logs, [&](const std::string& name, const Bytes& log) {
-    char* text = (isAll ? db_get_desc_string_array : db_get_desc_string)(log.data(), log.size());
-    const bool isEmpty = text == nullptr || *text == '\0';
-    if (!isEmpty) show(logs, name, text);
-    db_free_desc_string(&text);
-    return isEmpty ? logProblem(log, isAll) : std::string();
-  });
+int reportLogs(bool isAll, const Names& logs, Format format) {
+  const auto showReport = [&](const std::string& name, const Bytes& log) {
+    const Report text((isAll ? db_get_desc_string_array : db_get_desc_string)(log.data(), log.size()));
+    if (text == nullptr || *text == '\0') return failed(logProblem(log, isAll));
+    showText(logs, name, text.get());
+    return kShown;
+  };
+  const auto writeRecords = [isAll](const std::string& name, const Bytes& log) {
+    return writeEntries(name, log, isAll) == 0 ? failed(logProblem(log, isAll)) : kShown;
+  };
+  return decodeAll(logs, format, format == Format::kJson ? Decode(writeRecords) : Decode(showReport));
 }
 
-int checkKernels(const Names& kernels) {
-  return decodeAll(kernels, [](const std::string& name, const Bytes& kernel) {
-    std::uint64_t checksum = 0;
-    clc_bin_compute_checksum(kernel.data(), kernel.size(), &checksum);
-    const bool isEscaped = name.find_first_of("\\\n") != std::string::npos;
-    std::printf("%s%016" PRIx64 "  %-7s  %s\n", isEscaped ? "\\" : "", checksum, hasEdma(kernel) ? "edma" : "no-edma",
-                isEscaped ? escaped(name).c_str() : name.c_str());
-    return std::string();
+int checkKernels(const Names& kernels, Format format) {
+  return decodeAll(kernels, format, [format](const std::string& name, const Bytes& kernel) {
+    const auto checksum = checksumOf(kernel);
+    if (format == Format::kJson) {
+      writeKernelAsJson(name, checksum, hasEdma(kernel));
+    } else {
+      show(checksumLine(name, checksum, hasEdma(kernel)));
+    }
+    return kShown;
   });
 }
 
 int lookForEdma(const Names& kernels) {
   bool isFound = false;
-  const int status = decodeAll(kernels, [&isFound](const std::string&, const Bytes& kernel) {
+  const auto look = [&isFound](const std::string&, const Bytes& kernel) {
     isFound = isFound || hasEdma(kernel);
-    return std::string();
-  });
-  if (status != kDone) return kTrouble;
+    return kShown;
+  };
+  if (decodeAll(kernels, Format::kText, look, kTrouble) != kDone) return kTrouble;
   return isFound ? kFound : kNotFound;
-}
-
-void complain(const std::string& name, const std::string& problem) {
-  std::fflush(stdout);  // so that the line stands where it belongs when both go to one terminal
-  std::fprintf(stderr, "zarn-utility: %s: %s\n", name.empty() ? "''" : name.c_str(), problem.c_str());
-}
-
-int finish(int status) {
-  if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return status;
-  if (errno != EPIPE) complain("standard output", std::strerror(errno));  // a closed pipe needs no words
-  return kBadInput;
 }
 
 }  // namespace tool

@@ -1,84 +1,197 @@
 // The command line of zarn-utility.
 
+#include <getopt.h>
 #include <zarn_utility.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
-#include <exception>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "commands.h"
+#include "output.h"
 
 namespace {
 
-const char* const kExitStatus =
-    "Exit status: 0 when every input was decoded, 1 when one could not be read or decoded, 2 for wrong usage.";
+enum OptionId { kHelp = 'h', kQuiet = 'q', kAll = 256, kJson, kStrings };
 
-// An unknown argument is named first, since what the parser misses often follows from it.
-void complain(const CLI::App& app, const CLI::ParseError& error) {
-  auto unknown = app.remaining(true);
-  std::erase(unknown, "--");
-  if (unknown.empty()) {
-    std::fprintf(stderr, "zarn-utility: %s (see zarn-utility --help)\n", error.what());
-  } else {
-    const bool isOption = unknown.front().size() > 1 && unknown.front().front() == '-';
-    tool::complain(unknown.front(), isOption ? "unknown option (see zarn-utility --help)"
-                                             : "unknown subcommand (see zarn-utility --help)");
-  }
+struct Arguments {
+  std::string stringTable;
+  bool hasStringTable = false;
+  bool isAll = false;
+  bool isQuiet = false;
+  tool::Format format = tool::Format::kText;
+  tool::Names names;
+};
+
+struct Command {
+  std::string name;
+  std::string inputs;
+  const char* shortOptions;
+  std::vector<option> longOptions;
+  int (*run)(const Arguments&);
+  const char* help;
+};
+
+const char* const kHelpText = R"(Usage: zarn-utility print --strings TABLE [--json] BUFFER...
+       zarn-utility log [--all] [--json] LOG...
+       zarn-utility kernel [-q | --quiet | --json] BINARY...
+       zarn-utility --version
+
+Makes sense of what a Zarn compute processor leaves behind.
+
+  print         show print buffers as text
+  log           report on descriptor logs
+  kernel        checksum kernel binaries and look for eDMA instructions
+
+  -h, --help    show this, or the options of a subcommand and an example
+  --version     show the version
+
+Exit status: 0 when every input was decoded, 1 when one could not be read or decoded, 2 for wrong usage. That of
+"kernel --quiet" is an answer: see zarn-utility kernel --help.
+)";
+
+const Command kCommands[] = {
+    {"print",
+     "BUFFER",
+     ":h",
+     {{"strings", required_argument, nullptr, kStrings},
+      {"json", no_argument, nullptr, kJson},
+      {"help", no_argument, nullptr, kHelp},
+      {}},
+     [](const Arguments& arguments) {
+       return tool::printBuffers(arguments.stringTable, arguments.names, arguments.format);
+     },
+     R"(Usage: zarn-utility print --strings TABLE [--json] BUFFER...
+
+Show print buffers as text.
+
+  BUFFER...          files to decode; - is standard input
+  --strings TABLE    string table that the buffers' formats lie in; - is standard input
+  --json             write one JSON object a line for each buffer
+  -h, --help         show this
+  --                 everything behind is a name
+
+Exit status: 0 when every buffer was decoded, 1 when one could not be read or decoded, 2 for wrong usage.
+
+Example: zarn-utility print --strings strings.bin prints/*
+)"},
+    {"log",
+     "LOG",
+     ":h",
+     {{"all", no_argument, nullptr, kAll},
+      {"json", no_argument, nullptr, kJson},
+      {"help", no_argument, nullptr, kHelp},
+      {}},
+     [](const Arguments& arguments) { return tool::reportLogs(arguments.isAll, arguments.names, arguments.format); },
+     R"(Usage: zarn-utility log [--all] [--json] LOG...
+
+Report on descriptor logs.
+
+  LOG...        files to decode; - is standard input
+  --all         every entry from the newest backwards, not only the newest
+  --json        write one JSON object a line for each log
+  -h, --help    show this
+  --            everything behind is a name
+
+Exit status: 0 when every log was decoded, 1 when one could not be read or decoded, 2 for wrong usage.
+
+Example: zarn-utility log --all device-0.log
+)"},
+    {"kernel",
+     "BINARY",
+     ":hq",
+     {{"quiet", no_argument, nullptr, kQuiet},
+      {"json", no_argument, nullptr, kJson},
+      {"help", no_argument, nullptr, kHelp},
+      {}},
+     [](const Arguments& arguments) {
+       return arguments.isQuiet ? tool::lookForEdma(arguments.names)
+                                : tool::checkKernels(arguments.names, arguments.format);
+     },
+     R"(Usage: zarn-utility kernel [-q | --quiet | --json] BINARY...
+
+Checksum kernel binaries and look for eDMA instructions.
+
+  BINARY...      files to read; - is standard input
+  -q, --quiet    write nothing; the exit status tells whether there is an eDMA instruction
+  --json         write one JSON object a line for each binary
+  -h, --help     show this
+  --             everything behind is a name
+
+Exit status: 0 when every binary was read, 1 when one could not be, 2 for wrong usage.
+With --quiet: 0 when a binary has an eDMA instruction, 1 when none has, 2 when one could not be read or for wrong usage.
+
+Example: zarn-utility kernel --quiet kernel.bin && echo uses eDMA
+)"}};
+
+// `command` is the subcommand whose --help says more.
+int wrongUsage(const std::string& problem, const std::string& command = "") {
+  std::fprintf(stderr, "zarn-utility: %s (see zarn-utility %s--help)\n", problem.c_str(),
+               command.empty() ? "" : (command + " ").c_str());
+  return tool::kWrongUsage;
 }
 
-int run(int argc, char** argv) {
-  CLI::App app("Makes sense of what a Zarn compute processor leaves behind.", "zarn-utility");
-  app.set_version_flag("--version", "zarn-utility " ZARN_UTILITY_VERSION);
-  app.footer(kExitStatus);
-  app.require_subcommand(1);
+int show(const std::string& text) {
+  tool::write(text);
+  return tool::finish(tool::kDone);
+}
 
-  std::string stringTable;
-  tool::Names names;
-  const auto addInputs = [&names](CLI::App* command, const char* what) {
-    command->add_option(what, names, "Files to decode; - is standard input")->required()->type_name("");
-  };
-
-  auto* print = app.add_subcommand("print", "Show print buffers as text");
-  print->add_option("--strings", stringTable, "String table that the buffers' formats lie in")
-      ->required()
-      ->type_name("TABLE");
-  addInputs(print, "BUFFER");
-
-  bool isAll = false;
-  auto* log = app.add_subcommand("log", "Report on descriptor logs");
-  log->add_flag("--all", isAll, "Every entry from the newest backwards, not only the newest");
-  addInputs(log, "LOG");
-
-  bool isQuiet = false;
-  auto* kernel = app.add_subcommand("kernel", "Checksum kernel binaries and look for eDMA instructions");
-  kernel->add_flag("-q,--quiet", isQuiet,
-                   "Write nothing; exit status 0: a kernel has an eDMA instruction, 1: none has, 2: trouble");
-  addInputs(kernel, "BINARY");
-
-  try {
-    app.parse(argc, argv);
-    if (std::count(names.begin(), names.end(), "-") + (stringTable == "-") > 1) {
-      throw CLI::ValidationError("standard input can be named only once");
-    }
-  } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() == 0) return tool::finish(app.exit(error));  // --help, --version
-    complain(app, error);
-    return tool::kWrongUsage;
+// What is wrong with the option that getopt_long() did not take and left behind in optopt and optind.
+std::string optionProblem(const Command& command, char** argv) {
+  for (const auto& known : command.longOptions) {
+    if (known.name == nullptr || known.val != optopt) continue;
+    return "--" + std::string(known.name) + (known.has_arg == no_argument ? " takes no value" : " needs a value");
   }
+  const auto unknown = optopt == 0 ? std::string(argv[optind - 1]) : "-" + std::string(1, static_cast<char>(optopt));
+  return tool::shownName(unknown) + ": unknown option";
+}
 
-  if (print->parsed()) return tool::printBuffers(stringTable, names);
-  if (log->parsed()) return tool::reportLogs(isAll, names);
-  return isQuiet ? tool::lookForEdma(names) : tool::checkKernels(names);
+int run(const Command& command, int argc, char** argv) {
+  Arguments arguments;
+  opterr = 0;
+  for (int id = 0; (id = getopt_long(argc, argv, command.shortOptions, command.longOptions.data(), nullptr)) != -1;) {
+    switch (id) {
+      case kHelp:
+        return show(command.help);
+      case kQuiet:
+        arguments.isQuiet = true;
+        break;
+      case kAll:
+        arguments.isAll = true;
+        break;
+      case kJson:
+        arguments.format = tool::Format::kJson;
+        break;
+      case kStrings:
+        arguments.stringTable = optarg;
+        arguments.hasStringTable = true;
+        break;
+      default:
+        return wrongUsage(optionProblem(command, argv), command.name);
+    }
+  }
+  arguments.names.assign(argv + optind, argv + argc);
+  if (command.name == "print" && !arguments.hasStringTable) return wrongUsage("--strings is required", command.name);
+  if (arguments.names.empty()) return wrongUsage(command.inputs + " is required", command.name);
+  const auto standardInputs = std::count(arguments.names.begin(), arguments.names.end(), "-");
+  if (standardInputs + (arguments.stringTable == "-") > 1) {
+    return wrongUsage("standard input can be named only once", command.name);
+  }
+  return command.run(arguments);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  try {
-    return run(argc, argv);
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "zarn-utility: %s\n", error.what());
-    return tool::kBadInput;
+  const std::string_view first = argc < 2 ? "" : argv[1];
+  if (first == "-h" || first == "--help") return show(kHelpText);
+  if (first == "--version") return show("zarn-utility " ZARN_UTILITY_VERSION "\n");
+  if (argc < 2 || first == "--") return wrongUsage("a subcommand is required");
+  for (const auto& command : kCommands) {
+    if (first == command.name) return run(command, argc - 1, argv + 1);
   }
+  const bool isOption = first.size() > 1 && first.front() == '-';
+  return wrongUsage(tool::shownName(first) + (isOption ? ": unknown option" : ": unknown subcommand"));
 }
