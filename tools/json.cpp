@@ -122,11 +122,14 @@ void writePrintAsJson(const std::string& name, const PrintBufInfo& info, const c
 void writeLogAsJson(const std::string& name, const DescBufInfo* const* entries, std::size_t count) {
   const auto start = "{\"input\":" + dump(name) + ",\"entries\":[";
   auto endWithoutMemory = "],\"error\":" + dump(kOutOfMemory) + "}\n";
-  for (std::size_t i = 0; i < count; ++i) {
+  const auto newest = dump(entryOf(*entries[0]));
+  write(start);
+  write(newest);
+  setLastWordsToOutput(std::move(endWithoutMemory));
+  for (std::size_t i = 1; i < count; ++i) {
     const auto entry = dump(entryOf(*entries[i]));
-    write(i == 0 ? start : ",");
+    write(",");
     write(entry);
-    if (i == 0) setLastWordsToOutput(std::move(endWithoutMemory));
   }
   write("]}\n");
 }

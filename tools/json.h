@@ -12,7 +12,7 @@ namespace tool {
 
 void writePrintAsJson(const std::string& name, const PrintBufInfo& info, const char* text);
 
-// Writes entry by entry, so that a long log isn't held twice.
+// Writes entry by entry, so that a long log isn't held twice. There is at least one.
 void writeLogAsJson(const std::string& name, const DescBufInfo* const* entries, std::size_t count);
 
 void writeKernelAsJson(const std::string& name, const std::string& checksum, bool hasEdma);

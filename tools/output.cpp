@@ -61,13 +61,16 @@ void appendEscape(std::string& result, char byte) {
 
 // Escapes control characters but those in `kept`, the characters in `alsoEscaped`, and bytes that are not UTF-8.
 std::string escaped(std::string_view text, std::string_view kept, std::string_view alsoEscaped) {
+  const auto holds = [](std::string_view set, std::string_view character) {
+    return set.find(character) != std::string_view::npos;
+  };
   std::string result;
   while (!text.empty()) {
     const auto length = characterLength(text);
     const auto character = text.substr(0, length == 0 ? 1 : length);
     text.remove_prefix(character.size());
-    const bool isPlain = length != 0 && !isControl(character) && alsoEscaped.find(character) == alsoEscaped.npos;
-    if (isPlain || kept.find(character) != kept.npos) {
+    const bool isPlain = length != 0 && !isControl(character) && !holds(alsoEscaped, character);
+    if (isPlain || holds(kept, character)) {
       result += character;
     } else {
       for (const char byte : character) appendEscape(result, byte);
