@@ -83,9 +83,6 @@ zarn_headers(xxhash HEADER xxhash.h
   HASH ARCHIVE=3bb6b7d6f30c591dd65aaaff1c8b7a5b94d81687998ca9400082c739a690436c)
 
 if(ZARN_UTILITY_BUILD_TOOL)
-  zarn_headers(cli11 HEADER CLI/CLI.hpp
-    URL https://github.com/CLIUtils/CLI11/archive/v2.1.2.tar.gz
-    HASH HEADERS=835dbe3d468cd51640180e0b1352a666df3891575efcece2131123148e5ce1a7)
   zarn_headers(json HEADER nlohmann/json.hpp
     URL https://github.com/nlohmann/json/archive/v3.11.2.tar.gz
     HASH ARCHIVE=d69f9deb6a75e2580465c6c4c5111b89c4dc2fa94e3a85fcd2ffcd9a143d9273)
