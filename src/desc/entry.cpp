@@ -63,11 +63,11 @@ void walkBack(const Log& log, std::uint16_t writeOffset, Entry& entry) {
   entry.oldest = position;
 }
 
-// The start offset of the newest record, read at the two bytes before its tag. Before the start of the buffer there is
-// nothing, so there each of the two wraps round the ring like any other position.
+// The start offset of the newest record, read at the two bytes before its tag. These are plain buffer offsets, in 32
+// bits: for a tag at 0 or 1 they lie just below 4 GiB. Where the buffer does not reach that far, each byte is looked up
+// in the ring like any other position.
 std::uint16_t anchorBefore(const Log& log, std::uint16_t tagPosition) {
-  if (tagPosition >= 2) return log.u16(tagPosition - 2U);
-  return static_cast<std::uint16_t>(log.u8(tagPosition - 2U) | log.u8(tagPosition - 1U) << 8);
+  return static_cast<std::uint16_t>(log.byteAt(tagPosition - 2U) | log.byteAt(tagPosition - 1U) << 8);
 }
 
 // The bytes of a descriptor of `units`, or nothing where the log is too small for the size it would be cut to.

@@ -36,9 +36,11 @@ class Log {
 
   // The word whose first byte lies at ring(position). The others follow it in the buffer, not in the ring: the trailer
   // behind the ring keeps them inside the buffer.
-  std::uint8_t u8(std::uint32_t position) const { return bytes_[ring(position)]; }
   std::uint16_t u16(std::uint32_t position) const { return loadU16(bytes_ + ring(position)); }
   std::uint32_t u32(std::uint32_t position) const { return loadU32(bytes_ + ring(position)); }
+
+  // The byte at a plain buffer offset; one outside the buffer is taken as a position of the ring.
+  std::uint8_t byteAt(std::uint32_t offset) const { return bytes_[offset < size_ ? offset : ring(offset)]; }
 
   // The length in units that the descriptor header at buffer offset `start` gives, if there is a header.
   std::optional<std::uint16_t> descriptorUnits(std::uint16_t start) const {
