@@ -6,6 +6,7 @@
 #include <cctype>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <numeric>
 #include <sstream>
 #include <vector>
@@ -175,17 +176,25 @@ TEST(DescLog, AllocatesExactlyWhatIsStated) {
   db_free_desc_buffer_info_array(array, 2);
 }
 
+// What `put` puts at the place it is given: counted, and then written into memory of exactly that size.
+template <typename Put>
+std::string textOf(Put put) {
+  const std::size_t size = put(std::size_t{0});
+  const std::unique_ptr<char[]> text(new char[size]);
+  EXPECT_EQ(put(text.get()), text.get() + size);
+  return {text.get(), size};
+}
+
 std::string report(const DescBufInfo& record) {
-  zarn::desc::TextBuilder out;
-  zarn::desc::appendReport(out, record);
-  return std::string(out.text());
+  return textOf([&record](auto at) { return zarn::desc::report(at, &record); });
 }
 
 std::string report(std::initializer_list<const DescBufInfo*> array) {
-  zarn::desc::TextBuilder out;
-  std::uint32_t index = 0;
-  for (const auto* record : array) zarn::desc::appendArrayReport(out, index++, record);
-  return std::string(out.text());
+  return textOf([&array](auto at) {
+    std::uint32_t index = 0;
+    for (const auto* record : array) at = zarn::desc::arrayReport(at, index++, record);
+    return at;
+  });
 }
 
 // Records as no log gives them: valid, overSized, three types, three has-flags, total, PC, and the four arrays.

@@ -1,85 +1,68 @@
 #include "record.h"
 
-#include <algorithm>
-
 namespace zarn::desc {
 namespace {
 
-// Fills one of the record's PC arrays.
+// The slots of a PC array that are not filled yet.
 struct PcList {
-  std::uint32_t* next;
-  std::uint32_t* end;
-
-  // Where the backward walk crossed the start of a ring whose length does not divide 2^32, a tag can be met here more
-  // often than it was counted there. What there is no room for is dropped.
-  void add(std::uint32_t pc) {
-    if (next != end) *next++ = pc;
-  }
+  std::uint32_t* next = nullptr;
+  std::uint32_t* end = nullptr;
 };
 
-// From the oldest record to the newest. Slots that no PC reaches stay as they are. Records of one tag mostly come in
-// runs: their list is at hand until another tag comes.
+// Fills the PC arrays, which were made for the counts, from the oldest record to the newest. Where the backward walk
+// crossed the start of a ring whose length does not divide 2^32, a kind can be met more or less often than it was
+// counted: PCs that there is no room for are dropped, and slots that no PC reaches become 0.
 void gatherPcs(const Log& log, const Entry& entry, DescBufInfo& record) {
-  PcList nextPtr{record.rbNextPtrPcs, record.rbNextPtrPcs + record.rbNextPtrCount};
-  PcList end{record.rbEndPcs, record.rbEndPcs + record.rbEndCount};
-  PcList release{record.rbReleasePcs, record.rbReleasePcs + record.rbReleaseCount};
-  PcList other{nullptr, nullptr};  // of all other tags, with room for none
-  const auto listOf = [&](Tag tag) -> PcList& {
-    switch (tag) {
-      case Tag::kRbNextPtr:
-        return nextPtr;
-      case Tag::kRbEnd:
-        return end;
-      case Tag::kRbRelease:
-        return release;
-      default:
-        return other;
+  std::array<PcList, kRbKinds + 1> lists;  // the last one, of all other tags, has room for none
+  for (std::size_t kind = 0; kind < kRbKinds; ++kind) {
+    std::uint32_t* const pcs = record.*kRbFields[kind].pcs;
+    lists[kind] = {pcs, pcs + entry.rbCounts[kind]};
+  }
+  log.visitRecords(entry.oldest, entry.rbTotal(), [&lists](const std::uint8_t* at, std::uint32_t count) {
+    constexpr std::ptrdiff_t kStep = kRecordSize;
+    const std::uint8_t* const end = at + kStep * count;
+    while (at != end) {
+      const std::uint16_t tag = loadU16(at + kTagInRecord);
+      PcList& list = lists[rbKind(Tag{tag})];
+      do {
+        if (end - at >= 4 * kStep && list.end - list.next >= 4 && areNextThree(tag, at + kTagInRecord, kStep)) {
+          for (std::ptrdiff_t i = 0; i < 4; ++i) list.next[i] = loadU32(at + kStep * i);
+          list.next += 4;
+          at += 4 * kStep;
+        } else {
+          if (list.next != list.end) *list.next++ = loadU32(at);
+          at += kStep;
+        }
+      } while (at != end && loadU16(at + kTagInRecord) == tag);
     }
-  };
-  Tag runTag{};
-  PcList run = other;
-  log.visitRecords(entry.oldest, entry.counts.total(), [&](std::uint32_t pc, std::uint16_t tag) {
-    if (Tag{tag} != runTag) {
-      listOf(runTag) = run;
-      runTag = Tag{tag};
-      run = listOf(runTag);
-    }
-    run.add(pc);
   });
+  for (const auto& list : lists) std::fill(list.next, list.end, 0);
 }
 
-void setCounts(const Entry& entry, DescBufInfo& record) {
-  record.rbNextPtrCount = entry.counts.nextPtr;
-  record.rbEndCount = entry.counts.end;
-  record.rbReleaseCount = entry.counts.release;
-  record.descSize = entry.descSize;
-}
-
-// Everything but the counts and the descriptor. The PC arrays were made for the counts, and are filled here.
-void fillRecord(const Log& log, const Entry& entry, DescBufInfo& record) {
+// Everything but the arrays.
+void setFields(const Log& log, const Entry& entry, DescBufInfo& record) {
   record.valid = 1;
   record.overSized = log.totalUsed() != log.writeOffset();
   record.isEdma = entry.tag == Tag::kEdma;
   record.isGlsu = entry.tag == Tag::kGlsu;
   record.isRingBufferAte = isRingBufferAte(entry.tag);
-  record.hasRbNextPtr = record.rbNextPtrCount != 0;
-  record.hasRbEnd = record.rbEndCount != 0;
-  record.hasRbRelease = record.rbReleaseCount != 0;
+  for (std::size_t kind = 0; kind < kRbKinds; ++kind) {
+    record.*kRbFields[kind].has = entry.rbCounts[kind] != 0;
+    record.*kRbFields[kind].count = entry.rbCounts[kind];
+  }
   record.totalLogUsed = log.totalUsed();
   record.pc = entry.pc;
-  if (entry.counts.total() > 0) gatherPcs(log, entry, record);
+  record.descSize = entry.descSize;
 }
 
 }  // namespace
 
 DescBufInfo* makeRecord(const Log& log, const Entry& entry) {
   auto* record = new DescBufInfo();
-  setCounts(entry, *record);
-  record->rbNextPtrPcs = new std::uint32_t[record->rbNextPtrCount]();
-  record->rbEndPcs = new std::uint32_t[record->rbEndCount]();
-  record->rbReleasePcs = new std::uint32_t[record->rbReleaseCount]();
+  setFields(log, entry, *record);
+  for (const auto& list : kRbFields) record->*list.pcs = new std::uint32_t[record->*list.count];
   record->desc = new std::uint8_t[record->descSize];
-  fillRecord(log, entry, *record);
+  if (entry.rbTotal() > 0) gatherPcs(log, entry, *record);
   log.copy(entry.start + kHeaderSize, record->descSize, record->desc);
   return record;
 }
@@ -92,20 +75,26 @@ void deleteRecord(DescBufInfo* record) {
   delete record;
 }
 
-const DescBufInfo& RecordBuffer::fill(const Log& log, const Entry& entry) {
-  setCounts(entry, record_);
-  pcs_.assign(entry.counts.total(), 0);
-  record_.rbNextPtrPcs = pcs_.data();
-  record_.rbEndPcs = record_.rbNextPtrPcs + record_.rbNextPtrCount;
-  record_.rbReleasePcs = record_.rbEndPcs + record_.rbEndCount;
-  fillRecord(log, entry, record_);
-  // The descriptor stays where it is, for reading only, but where it goes on at the ring's start.
+const DescBufInfo& RecordBuffer::fill(const Log& log, const Entry& entry, bool withDescriptor) {
+  setFields(log, entry, record_);
+  if (pcs_.size() < entry.rbTotal()) pcs_.resize(entry.rbTotal());
+  std::uint32_t* pcs = pcs_.data();
+  for (const auto& list : kRbFields) {
+    record_.*list.pcs = pcs;
+    pcs += record_.*list.count;
+  }
+  if (entry.rbTotal() > 0) gatherPcs(log, entry, record_);
+  record_.desc = nullptr;
+  if (!withDescriptor) return record_;
   const std::uint32_t start = entry.start + kHeaderSize;
-  record_.desc = const_cast<std::uint8_t*>(log.inOnePiece(start, entry.descSize));
-  if (record_.desc == nullptr) {
-    wrapped_.resize(std::max<std::size_t>(wrapped_.size(), entry.descSize));
-    log.copy(start, entry.descSize, wrapped_.data());
+  if (log.pieceSize(start) >= entry.descSize) {
+    // Nobody writes there: this record is handed out for reading only. The field is not const because the records that
+    // callers get own their bytes.
+    record_.desc = const_cast<std::uint8_t*>(log.at(start));
+  } else {
+    if (wrapped_.size() < entry.descSize) wrapped_.resize(entry.descSize);
     record_.desc = wrapped_.data();
+    log.copy(start, entry.descSize, record_.desc);
   }
   return record_;
 }
