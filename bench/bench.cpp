@@ -161,8 +161,11 @@ struct Target {
   const char* group;
   double ratio;
 };
-constexpr Target kPlainConversions = {"print, plain integers", 6};
-constexpr Target kOtherConversions = {"print, everything else", 1.6};
+constexpr Target kPlainIntegers = {"print, plain integers", 8.5};
+constexpr Target kOtherIntegers = {"print, other integers", 5};
+constexpr Target kFixedFloats = {"print, fixed floats", 10};
+constexpr Target kOtherFloats = {"print, other floats", 1.7};
+constexpr Target kSingleValue = {"print, single value", 4};
 constexpr Target kReports = {"reports", 25};
 constexpr Target kSmallEntries = {"array decode, small entries", 1.5};
 constexpr Target kBigDescriptor = {"array decode, big descriptor", 20};
@@ -202,16 +205,19 @@ void compareAll() {
   std::puts(
       "| workload | group | library, us | plain, us | ratio | target | | allocations | text, GB/s |\n"
       "|---|---|--:|--:|--:|--:|---|--:|--:|");
-  compare(kPlainConversions, "64 threads, `%u`", print(0, 2, 64, "%u"));
-  compare(kPlainConversions, "64 threads, `count = %d items`", print(0, 2, 64, "count = %d items"));
-  compare(kPlainConversions, "64 threads, `i=%i`", print(0, 2, 64, "i=%i"));
-  compare(kPlainConversions, "64 threads, `[%x]`", print(0, 2, 64, "[%x]"));
-  compare(kPlainConversions, "64 threads, 64-bit `%x`", print(0, 3, 64, "%x"));
-  compare(kPlainConversions, "all threads and pads, `%d`", print(6, 0, 64, "%d"));
-  compare(kPlainConversions, "single value, `%u`", print(2, 0, 64, "%u"));
-  compare(kOtherConversions, "64 threads, `0x%08x`", print(0, 2, 64, "0x%08x"));
-  compare(kOtherConversions, "64 threads, `%.2f`", print(0, 5, 64, "%.2f"));
-  compare(kOtherConversions, "64 threads, `%f`", print(0, 5, 64, "%f"));
+  const auto compareThreads = [](const Target& target, std::uint32_t dataType, const char* format) {
+    compare(target, "64 threads, `" + std::string(format) + "`", print(0, dataType, 64, format));
+  };
+  for (const char* format : {"%u", "count = %d items", "i=%i", "[%x]"}) compareThreads(kPlainIntegers, 2, format);
+  compare(kPlainIntegers, "64 threads, 64-bit `%x`", print(0, 3, 64, "%x"));
+  compare(kPlainIntegers, "all threads and pads, `%d`", print(6, 0, 64, "%d"));
+  for (const char* format :
+       {"%08x", "0x%08x", "%5d %-8u %+d", "%X %#x %02x", "%o", "%c", "%u (0x%x)", "%d%%", "tick", "%hhu %lu"}) {
+    compareThreads(kOtherIntegers, 2, format);
+  }
+  for (const char* format : {"%f", "%.2f", "%8.3f"}) compareThreads(kFixedFloats, 5, format);
+  for (const char* format : {"%e", "%g", "%e %g"}) compareThreads(kOtherFloats, 5, format);
+  compare(kSingleValue, "single value, `%u`", print(2, 0, 64, "%u"));
 
   const struct {
     const char* name;

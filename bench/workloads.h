@@ -26,7 +26,9 @@ inline std::string printBuffer(std::uint32_t printKind, std::uint32_t dataType, 
   for (std::uint32_t thread = 0; thread < threads; ++thread) print.submasks[thread / 16] |= 1U << 2 * (thread % 16);
   for (auto& word : print.data) {
     const auto value = static_cast<std::uint32_t>(random() >> random() % 32);  // of any number of digits
-    word = isFloat ? std::bit_cast<std::uint32_t>(static_cast<float>(value) / 256) : value;
+    // Without a low byte of 0, which %c would make the end of the text.
+    const std::uint32_t integer = (value & 0xFF) == 0 ? value | 1 : value;
+    word = isFloat ? std::bit_cast<std::uint32_t>(static_cast<float>(value) / 256) : integer;
   }
   return print.bytes();
 }

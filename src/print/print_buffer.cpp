@@ -1,7 +1,5 @@
 #include "print_buffer.h"
 
-#include "../little_endian.h"
-
 namespace zarn::print {
 namespace {
 
@@ -57,10 +55,6 @@ InfoPtr readHeader(const void* buffer, std::size_t bufferSize, const char* strin
   info->format = stringTable + word(buffer, kFormatOffset);
   info->data = reinterpret_cast<const std::uint32_t*>(bytes + kData);
   return info;
-}
-
-std::uint32_t wordAt(const std::uint32_t* words, std::uint32_t index) {
-  return loadU32(reinterpret_cast<const std::uint8_t*>(words) + std::size_t{4} * index);
 }
 
 }  // namespace zarn::print

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "../little_endian.h"
 #include "zarn_utility.h"
 
 namespace zarn::print {
@@ -12,6 +13,7 @@ namespace zarn::print {
 inline constexpr std::uint32_t kThreads = 64;  // each with one value word, or two for 64-bit data
 inline constexpr std::uint32_t kPads = 8;
 inline constexpr std::uint32_t kValuesPerPad = 8;
+inline constexpr std::uint32_t kPadValues = kPads * kValuesPerPad;
 
 struct InfoDeleter {
   void operator()(PrintBufInfo* info) const { delete info; }
@@ -26,6 +28,8 @@ std::uint32_t readIdentifier(const void* buffer, std::size_t size, std::size_t o
 InfoPtr readHeader(const void* buffer, std::size_t bufferSize, const char* stringTable, std::size_t stringTableSize);
 
 // Word `index` of the record's value words or submask words, which are as unaligned as the caller's buffer is.
-std::uint32_t wordAt(const std::uint32_t* words, std::uint32_t index);
+inline std::uint32_t wordAt(const std::uint32_t* words, std::uint32_t index) {
+  return loadU32(reinterpret_cast<const std::uint8_t*>(words) + std::size_t{4} * index);
+}
 
 }  // namespace zarn::print

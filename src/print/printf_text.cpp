@@ -1,12 +1,14 @@
 // The text of a print buffer: header block, then one line a value.
 
 #include <array>
+#include <bit>
 #include <charconv>
 #include <cstring>
 
+#include "../decimal.h"
 #include "print_buffer.h"
 #include "text.h"
-#include "value_format.h"
+#include "value_writer.h"
 
 namespace zarn::print {
 namespace {
@@ -20,90 +22,139 @@ bool isThreadPresent(const Submasks& submasks, std::uint32_t thread) {
   return (submasks[thread / 16] >> (2 * (thread % 16)) & 3) != 0;
 }
 
-constexpr std::size_t kMostHeaderLine = 32;  // with room to spare
-constexpr std::size_t kMostLabel = 32;
+constexpr std::size_t kMostHeaderBlock = 200;  // 199 with the longest numbers
 
 template <std::size_t size>
-void appendHeaderLine(Text& out, const char (&name)[size], std::uint32_t number, int base) {
-  char* at = put(makeRoom(out, kMostHeaderLine), name);
-  at = std::to_chars(at, at + 10, number, base).ptr;
-  setEnd(out, put(at, "\n"));
+char* writeHeaderLine(char* at, const char (&name)[size], std::uint32_t number, int base) {
+  at = put(at, name);
+  at = base == 10 ? writeDecimal(at, number) : std::to_chars(at, at + 8, number, base).ptr;
+  return put(at, "\n");
 }
 
 void appendHeaderBlock(Text& out, const PrintBufInfo& info, const Submasks& submasks) {
-  appendHeaderLine(out, "Graph Id: ", info.graphId, 10);
-  appendHeaderLine(out, "Kernel Id: ", info.kernelId, 10);
-  appendHeaderLine(out, "Instance Id: ", info.instanceId, 10);
-  appendHeaderLine(out, "Current time: ", info.currentTime, 10);
-  appendHeaderLine(out, "Total size: ", info.totalSize, 10);
-  appendHeaderLine(out, "submask0: 0x", submasks[0], 16);
-  appendHeaderLine(out, "submask1: 0x", submasks[1], 16);
-  appendHeaderLine(out, "submask2: 0x", submasks[2], 16);
-  appendHeaderLine(out, "submask3: 0x", submasks[3], 16);
+  char* at = out.makeRoom(kMostHeaderBlock);
+  at = writeHeaderLine(at, "Graph Id: ", info.graphId, 10);
+  at = writeHeaderLine(at, "Kernel Id: ", info.kernelId, 10);
+  at = writeHeaderLine(at, "Instance Id: ", info.instanceId, 10);
+  at = writeHeaderLine(at, "Current time: ", info.currentTime, 10);
+  at = writeHeaderLine(at, "Total size: ", info.totalSize, 10);
+  at = writeHeaderLine(at, "submask0: 0x", submasks[0], 16);
+  at = writeHeaderLine(at, "submask1: 0x", submasks[1], 16);
+  at = writeHeaderLine(at, "submask2: 0x", submasks[2], 16);
+  at = writeHeaderLine(at, "submask3: 0x", submasks[3], 16);
+  out.setEnd(at);
 }
 
-template <std::size_t size>
-void appendThreadLabel(Text& out, std::uint32_t thread, const char (&end)[size]) {
-  char* at = put(makeRoom(out, kMostLabel), "thread_");
+// Writes lines of a label and a value each.
+class LineWriter {
+ public:
+  LineWriter(Text& out, const PrintBufInfo& info, std::uint32_t lines) : out_(out), values_(info.format, info.isFloat) {
+    out.expectLines(lines);
+  }
+
+  // `writeLabel` writes at most kMostLabel characters and returns their end. A line asks for room once: for as much as
+  // the longest one needs.
+  template <typename WriteLabel>
+  void append(WriteLabel writeLabel, std::uint32_t word) {
+    if (out_.room() > kMostLabel + values_.mostCharacters()) {
+      char* const end = values_.write(writeLabel(out_.end()), word);
+      if (end != nullptr) {
+        *end = '\n';
+        out_.endLine(end + 1);
+        return;
+      }
+    }
+    appendByPieces(writeLabel, word);
+  }
+
+ private:
+  static constexpr std::size_t kMostLabel = 32;
+
+  // A line that has less room may need less as well, and no memory is taken before it has to be.
+  template <typename WriteLabel>
+  [[gnu::noinline]] void appendByPieces(WriteLabel writeLabel, std::uint32_t word) {
+    char label[kMostLabel];
+    out_.append({label, static_cast<std::size_t>(writeLabel(label) - label)});
+    values_.append(out_, word);
+    char* const end = out_.makeRoom(1);
+    *end = '\n';
+    out_.endLine(end + 1);
+  }
+
+  Text& out_;
+  ValueWriter values_;
+};
+
+char* writeThread(char* at, std::uint32_t thread) {
+  at = put(at, "thread_");
   if (thread >= 10) *at++ = static_cast<char>('0' + thread / 10);
   *at++ = static_cast<char>('0' + thread % 10);
-  setEnd(out, put(at, end));
+  return at;
 }
 
-void appendThread(Text& out, const PrintBufInfo& info, const ValueFormat& values, std::uint32_t thread) {
-  appendThreadLabel(out, thread, ": ");
-  values.appendLine(out, wordAt(info.data, thread));
+void printThread(const PrintBufInfo& info, LineWriter& lines, std::uint32_t thread) {
+  lines.append([=](char* at) { return put(writeThread(at, thread), ": "); }, wordAt(info.data, thread));
 }
 
 // The halves are two values, each with the whole format; they are never joined into one 64-bit number.
-void append64BitThread(Text& out, const PrintBufInfo& info, const ValueFormat& values, std::uint32_t thread) {
-  appendThreadLabel(out, thread, ":\nlow 32 bits:\n");
-  values.appendLine(out, wordAt(info.data, thread));
-  setEnd(out, put(makeRoom(out, kMostLabel), "high 32 bits:\n"));
-  values.appendLine(out, wordAt(info.data, kThreads + thread));
+void print64BitThread(const PrintBufInfo& info, LineWriter& lines, std::uint32_t thread) {
+  lines.append([=](char* at) { return put(writeThread(at, thread), ":\nlow 32 bits:\n"); }, wordAt(info.data, thread));
+  lines.append([](char* at) { return put(at, "high 32 bits:\n"); }, wordAt(info.data, kThreads + thread));
 }
 
 // 64 lines; `first` is the index of the first pad value.
-void printPad(const InfoPtr& info, const ValueFormat& values, Text& out, std::uint32_t first) {
+void printPad(const PrintBufInfo& info, LineWriter& lines, std::uint32_t first) {
   for (std::uint32_t pad = 0; pad < kPads; ++pad) {
     for (std::uint32_t lane = 0; lane < kValuesPerPad; ++lane) {
-      char* at = put(makeRoom(out, kMostLabel), kPadNames[pad]);
-      *at++ = '_';
-      *at++ = static_cast<char>('0' + lane);
-      setEnd(out, put(at, ": "));
-      values.appendLine(out, wordAt(info->data, first + kValuesPerPad * pad + lane));
+      const auto writeLabel = [=](char* at) {
+        at = put(at, kPadNames[pad]);
+        *at++ = '_';
+        *at++ = static_cast<char>('0' + lane);
+        return put(at, ": ");
+      };
+      lines.append(writeLabel, wordAt(info.data, first + kValuesPerPad * pad + lane));
     }
   }
 }
 
-void appendBody(Text& out, const InfoPtr& info, const Submasks& submasks) {
-  const ValueFormat values(info->format, info->isFloat);
-  switch (info->printType) {
+void printPresentThreads(const PrintBufInfo& info, Text& out, const Submasks& submasks) {
+  int present = 0;
+  for (const std::uint32_t submask : submasks) present += std::popcount((submask | submask >> 1) & 0x55555555);
+  LineWriter lines(out, info, static_cast<std::uint32_t>(info.is64Bit ? 2 * present : present));
+  for (std::uint32_t thread = 0; thread < kThreads; ++thread) {
+    if (!isThreadPresent(submasks, thread)) continue;
+    if (info.is64Bit) {
+      print64BitThread(info, lines, thread);
+    } else {
+      printThread(info, lines, thread);
+    }
+  }
+}
+
+void appendBody(Text& out, const PrintBufInfo& info, const Submasks& submasks) {
+  switch (info.printType) {
     case 0:
-      for (std::uint32_t thread = 0; thread < kThreads; ++thread) {
-        if (!isThreadPresent(submasks, thread)) continue;
-        if (info->is64Bit) {
-          append64BitThread(out, *info, values, thread);
-        } else {
-          appendThread(out, *info, values, thread);
-        }
-      }
+      printPresentThreads(info, out, submasks);
       break;
     case 1:  // of a 64-bit value only the low half is shown
-      values.appendLine(out, wordAt(info->data, 0));
+      LineWriter(out, info, 1).append([](char* at) { return at; }, wordAt(info.data, 0));
       break;
-    case 2:
-      printPad(info, values, out, 0);
+    case 2: {
+      LineWriter lines(out, info, kPadValues);
+      printPad(info, lines, 0);
       break;
-    case 3:  // the last: a record has no others. Every thread, whatever the submask says, and never as 64-bit values
-      for (std::uint32_t thread = 0; thread < kThreads; ++thread) appendThread(out, *info, values, thread);
-      printPad(info, values, out, kThreads);
+    }
+    case 3: {  // the last: a record has no others. Every thread, whatever the submask says, and never as 64-bit values
+      LineWriter lines(out, info, kThreads + kPadValues);
+      for (std::uint32_t thread = 0; thread < kThreads; ++thread) printThread(info, lines, thread);
+      printPad(info, lines, kThreads);
       break;
+    }
   }
 }
 
 // The text may hold NULs of its own ("%c" of 0), so it is copied by length.
-char* copyOut(const Text& text) {
+char* copyOut(std::string_view text) {
   auto* copy = new char[text.size() + 1];
   std::memcpy(copy, text.data(), text.size());
   copy[text.size()] = '\0';
@@ -123,8 +174,8 @@ char* db_get_printf_string(const void* buffer, std::size_t bufferSize, const cha
   for (std::uint32_t i = 0; i < submasks.size(); ++i) submasks[i] = wordAt(info->subMask, i);
   Text out;
   appendHeaderBlock(out, *info, submasks);
-  appendBody(out, info, submasks);
-  return copyOut(out);
+  appendBody(out, *info, submasks);
+  return copyOut(out.view());
 }
 
 void db_free_printf_string(char** text) {

@@ -1,26 +1,108 @@
-// The text of a print buffer while it is built, in a buffer of {fmt} 7.
+// The text of a print buffer while it is built.
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
+#include <string_view>
 
 #include "fmt.h"
 
 namespace zarn::print {
 
-// 500 characters hold most single values without touching the heap.
-using Text = fmt::basic_memory_buffer<char, 500>;
-
-// Text is appended by writing it behind the end, where makeRoom() makes room for as many characters as may come, and
-// setting the new end. A text that outgrows its first memory mostly is one of 64 or 128 lines, and gets what these need
-// at once.
-inline char* makeRoom(Text& out, std::size_t count) {
-  constexpr std::size_t kSizeOfManyLines = 4000;
-  if (out.capacity() - out.size() < count) out.try_reserve(std::max(out.size() + count, kSizeOfManyLines));
-  return out.data() + out.size();
+// Copies what is mostly too short for a call of memcpy() to pay, and returns the end of the copy.
+inline char* copy(char* at, std::string_view text) {
+  const std::size_t size = text.size();
+  const char* const from = text.data();
+  if (size > 16) {
+    std::memcpy(at, from, size);
+  } else if (size >= 8) {
+    std::memcpy(at, from, 8);
+    std::memcpy(at + size - 8, from + size - 8, 8);
+  } else if (size >= 4) {
+    std::memcpy(at, from, 4);
+    std::memcpy(at + size - 4, from + size - 4, 4);
+  } else if (size != 0) {
+    at[0] = from[0];
+    at[size / 2] = from[size / 2];
+    at[size - 1] = from[size - 1];
+  }
+  return at + size;
 }
 
-inline void setEnd(Text& out, const char* end) { out.try_resize(static_cast<std::size_t>(end - out.data())); }
+// The first 500 characters, which hold most single values, need no heap.
+using TextBuffer = fmt::basic_memory_buffer<char, 500>;
+
+// Text is appended by writing it behind the end, where makeRoom() makes room for it, and setting the new end.
+class Text {
+ public:
+  Text() : end_(buffer_.data()), limit_(end_ + buffer_.capacity()) {}
+  Text(const Text&) = delete;
+  Text& operator=(const Text&) = delete;
+
+  std::string_view view() const { return {buffer_.data(), size()}; }
+
+  char* end() { return end_; }
+
+  // How many characters can be appended without asking for memory.
+  std::size_t room() const { return static_cast<std::size_t>(limit_ - end_); }
+
+  // The text's end, with at least `count` characters of room behind it.
+  char* makeRoom(std::size_t count) {
+    if (room() < count) enlarge(count);
+    return end_;
+  }
+
+  void setEnd(char* end) { end_ = end; }
+
+  void append(std::string_view text) { end_ = copy(makeRoom(text.size()), text); }
+
+  // Has `write` append to the buffer itself.
+  template <typename Write>
+  void appendBy(Write write) {
+    buffer_.resize(size());
+    write(buffer_);
+    takeBuffer(buffer_.size());
+  }
+
+  // What is appended from here on is `count` lines of much the same length.
+  void expectLines(std::size_t count) {
+    linesBegin_ = size();
+    lines_ = count;
+  }
+
+  void endLine(char* end) {
+    end_ = end;
+    ++linesDone_;
+  }
+
+ private:
+  std::size_t size() const { return static_cast<std::size_t>(end_ - buffer_.data()); }
+
+  void takeBuffer(std::size_t size) {
+    end_ = buffer_.data() + size;
+    limit_ = buffer_.data() + buffer_.capacity();
+  }
+
+  // Takes memory for the lines to come as well, judging by those that are there.
+  [[gnu::noinline]] void enlarge(std::size_t count) {
+    constexpr std::size_t kMostInAdvance = 1 << 20;
+    const std::size_t used = size();
+    const std::size_t line = linesDone_ == 0 ? count : (used - linesBegin_) / linesDone_;
+    const std::size_t others = line * (lines_ - std::min(lines_, linesDone_ + 1));
+    buffer_.resize(used);
+    buffer_.reserve(used + count + std::min(others + others / 4, kMostInAdvance));
+    takeBuffer(used);
+  }
+
+  TextBuffer buffer_;
+  char* end_;    // of the text; the buffer's own size lags behind
+  char* limit_;  // of the room behind it
+  std::size_t linesBegin_ = 0;
+  std::size_t lines_ = 0;
+  std::size_t linesDone_ = 0;
+};
 
 // Copies a literal, whose length is known here, and returns the end of the copy.
 template <std::size_t size>
