@@ -49,13 +49,23 @@ ${CC:-cc} -std=c99 ${CFLAGS:-} "$source/examples/decode.c" -o "$work/decode" \
 check "C by pkg-config" "$printed" "$("$work/decode" "$samples/print/strings.bin" "${buffers[@]}")"
 unset LD_LIBRARY_PATH
 
-consumer() {  # consumer NAME OPTION...
+logged() {  # logged LOG COMMAND...
+  local log=$1
+  shift
+  "$@" >"$log" 2>&1 || { cat "$log"; exit 1; }
+}
+
+configure() {  # configure NAME OPTION...
   local name=$1
   shift
-  {
+  logged "$work/$name.log" \
     cmake -S "$source/tests/consumer" -B "$work/$name" -DCMAKE_INSTALL_PREFIX="$work/$name/prefix" "$@"
-    cmake --build "$work/$name"
-  } >"$work/$name.log" 2>&1 || { cat "$work/$name.log"; exit 1; }
+}
+
+consumer() {  # consumer NAME OPTION...
+  local name=$1
+  configure "$@"
+  logged "$work/$name.log" cmake --build "$work/$name"
   check "C++ by $name" "$listed" "$("$work/$name/decode" "${inputs[@]}")"
 }
 
@@ -64,10 +74,32 @@ consumer package -DCMAKE_PREFIX_PATH="$prefix"
 check "version of the CMake package" "$version" \
   "$(sed -n 's/^set(PACKAGE_VERSION "\(.*\)")$/\1/p' "$prefix"/*/cmake/zarn_utility/zarn_utility-config-version.cmake)"
 
-# C++, as a subproject, which keeps to itself.
-consumer subproject -DZARN_UTILITY_SOURCE="$source"
+# C++, as a subproject, which keeps to itself: its parent has another {fmt}.
+other=$work/other-fmt
+mkdir -p "$other/include/fmt" "$other/lib/cmake/fmt"
+for header in core format printf; do echo '#error "the {fmt} of the parent"' >"$other/include/fmt/$header.h"; done
+# shellcheck disable=SC2016  # CMake's variable
+echo 'add_library(fmt::fmt-header-only INTERFACE IMPORTED)
+target_include_directories(fmt::fmt-header-only INTERFACE ${CMAKE_CURRENT_LIST_DIR}/../../../include)' \
+  >"$other/lib/cmake/fmt/fmt-config.cmake"
+subproject=(-DZARN_UTILITY_SOURCE="$source" -DOTHER_FMT="$other" -DCMAKE_PREFIX_PATH="$other")
+consumer subproject "${subproject[@]}" -DFMT_USE=before
 check "tests of a subproject" "Total Tests: 0" "$(ctest --test-dir "$work/subproject" -N | grep Total)"
 cmake --install "$work/subproject" >/dev/null
 check "installed by a subproject" "" "$(find "$work/subproject/prefix" -type f 2>/dev/null)"
-check "a subproject's cache entries" "" "$(grep -E '^[A-Za-z]' "$work/subproject/CMakeCache.txt" |
-  grep -vE '^(CMAKE|ZARN_UTILITY|zarn_utility|consumer|FETCHCONTENT|PKG_CONFIG)_|:INTERNAL=|:STATIC=' || true)"
+
+# What other parents do shows when they are configured.
+configure target "${subproject[@]}" -DFMT_USE=target
+configure after "${subproject[@]}" -DFMT_USE=after
+configure exported "${subproject[@]}" -DZARN_UTILITY_INSTALL=ON -DEXPORTED=ON
+for parent in target after; do
+  check "a subproject's cache entries" "" "$(grep -E '^[A-Za-z]' "$work/$parent/CMakeCache.txt" |
+    grep -vE '^(CMAKE|ZARN_UTILITY|zarn_utility|consumer|FETCHCONTENT|PKG_CONFIG|OTHER_FMT|FMT_USE)(_|:)|:INTERNAL=|:STATIC=' |
+    grep -vxF "fmt_DIR:PATH=$other/lib/cmake/fmt" || true)"
+done
+
+# clang links a sanitizer into the program alone.
+if "${CXX:-c++}" --version | grep -q clang; then
+  consumer sanitized "${subproject[@]}" -DCMAKE_C_FLAGS=-fsanitize=address \
+    -DCMAKE_CXX_FLAGS="${CXXFLAGS:-} -fsanitize=address"
+fi
