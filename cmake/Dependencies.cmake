@@ -3,20 +3,18 @@
 
 include(FetchContent)
 
-# zarn_headers(NAME HEADER FILE URL ADDRESS HASH HASH [VERSION FILE REGEX])
+# zarn_headers(NAME HEADER FILE URL ADDRESS SHA256 HASH [VERSION FILE REGEX])
 #
 # HEADER is looked for in .deps, where script/bootstrap puts {fmt}, and on the system; with VERSION only where FILE has a
-# line that matches REGEX. What isn't found is fetched, and has to have the HASH:
-#   ARCHIVE=...   SHA256 of the archive
-#   HEADERS=...   SHA256 of the headers' own SHA256s in the order of their names, whatever archive they came in
+# line that matches REGEX. What isn't found is fetched: the archive at ADDRESS, which has to have that SHA256.
 #
-# Where the headers lie, or where else to fetch them from, can be set by ZARN_UTILITY_<NAME>_INCLUDE_DIR, _URL and _HASH.
+# Where the headers lie, or where else to fetch them from, can be set by ZARN_UTILITY_<NAME>_INCLUDE_DIR, _URL and _SHA256.
 function(zarn_headers name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "HEADER;URL;HASH" "VERSION")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "HEADER;URL;SHA256" "VERSION")
   string(TOUPPER ZARN_UTILITY_${name} prefix)
   set(${prefix}_URL ${arg_URL} CACHE STRING "Where ${arg_HEADER} is fetched from when it isn't found")
-  set(${prefix}_HASH ${arg_HASH} CACHE STRING "Hash of what is fetched")
-  mark_as_advanced(${prefix}_INCLUDE_DIR ${prefix}_URL ${prefix}_HASH)
+  set(${prefix}_SHA256 ${arg_SHA256} CACHE STRING "Hash of what is fetched")
+  mark_as_advanced(${prefix}_INCLUDE_DIR ${prefix}_URL ${prefix}_SHA256)
 
   # A toolchain file may restrict the search to its own root. Headers fit every processor: this machine's will do as well.
   find_path(${prefix}_INCLUDE_DIR ${arg_HEADER} DOC "Where ${arg_HEADER} lies"
@@ -48,42 +46,25 @@ function(zarn_has_version result directory)
 endfunction()
 
 function(zarn_fetch_headers result)
-  string(REPLACE "=" ";" hash "${${prefix}_HASH}")
-  list(POP_FRONT hash kind expected)
-  if(kind STREQUAL ARCHIVE)
-    set(url_hash URL_HASH SHA256=${expected})
-  endif()
   # The archive is only unpacked: SOURCE_SUBDIR, which isn't there, keeps its own CMakeLists.txt out.
-  FetchContent_Declare(zarn_${name} URL ${${prefix}_URL} ${url_hash} SOURCE_SUBDIR none)
+  FetchContent_Declare(zarn_${name} URL ${${prefix}_URL} URL_HASH SHA256=${${prefix}_SHA256} SOURCE_SUBDIR none)
   FetchContent_MakeAvailable(zarn_${name})
   find_path(directory ${arg_HEADER} PATHS ${zarn_${name}_SOURCE_DIR} PATH_SUFFIXES include
     NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH NO_CACHE REQUIRED)
-  if(kind STREQUAL HEADERS)
-    cmake_path(GET arg_HEADER PARENT_PATH entry)
-    file(GLOB headers ${directory}/${entry}/*)
-    foreach(header IN LISTS headers)
-      file(SHA256 ${header} hash)
-      string(APPEND hashes ${hash})
-    endforeach()
-    string(SHA256 hash "${hashes}")
-    if(NOT hash STREQUAL expected)
-      message(FATAL_ERROR "${${prefix}_URL}: its headers have the hash ${hash}, not ${expected}")
-    endif()
-  endif()
   set(${result} ${directory} PARENT_SCOPE)
 endfunction()
 
 zarn_headers(fmt HEADER fmt/printf.h VERSION fmt/core.h "^#define FMT_VERSION 701[0-9][0-9]$"
   URL https://github.com/fmtlib/fmt/archive/7.1.3.tar.gz
-  HASH ARCHIVE=5cae7072042b3043e12d53d50ef404bbb76949dad1de368d7f993a15c8c05ecc)
+  SHA256 5cae7072042b3043e12d53d50ef404bbb76949dad1de368d7f993a15c8c05ecc)
 target_compile_definitions(zarn_fmt INTERFACE FMT_HEADER_ONLY)
 
 zarn_headers(xxhash HEADER xxhash.h
   URL https://github.com/Cyan4973/xxHash/archive/v0.8.1.tar.gz
-  HASH ARCHIVE=3bb6b7d6f30c591dd65aaaff1c8b7a5b94d81687998ca9400082c739a690436c)
+  SHA256 3bb6b7d6f30c591dd65aaaff1c8b7a5b94d81687998ca9400082c739a690436c)
 
 if(ZARN_UTILITY_BUILD_TOOL)
   zarn_headers(json HEADER nlohmann/json.hpp
     URL https://github.com/nlohmann/json/archive/v3.11.2.tar.gz
-    HASH ARCHIVE=d69f9deb6a75e2580465c6c4c5111b89c4dc2fa94e3a85fcd2ffcd9a143d9273)
+    SHA256 d69f9deb6a75e2580465c6c4c5111b89c4dc2fa94e3a85fcd2ffcd9a143d9273)
 endif()
