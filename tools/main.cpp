@@ -150,7 +150,6 @@ std::string optionProblem(const Command& command, char** argv) {
 
 int run(const Command& command, int argc, char** argv) {
   Arguments arguments;
-  opterr = 0;
   for (int id = 0; (id = getopt_long(argc, argv, command.shortOptions, command.longOptions.data(), nullptr)) != -1;) {
     switch (id) {
       case kHelp:
