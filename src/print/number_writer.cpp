@@ -153,21 +153,6 @@ char* fill(char* at, char c, std::size_t count) {
   return at + count;
 }
 
-// All eight digits are found at once, and written behind one another without the leading zeros.
-char* writeHex(char* at, std::uint32_t number) {
-  constexpr std::uint64_t kEach = 0x0101010101010101;
-  std::uint64_t digits = number;
-  digits = (digits | digits << 16) & 0x0000FFFF0000FFFF;
-  digits = (digits | digits << 8) & 0x00FF00FF00FF00FF;
-  digits = (digits | digits << 4) & 0x0F0F0F0F0F0F0F0F;
-  const std::uint64_t isLetter = (digits + 6 * kEach) >> 4 & kEach;
-  digits += '0' * kEach + ('a' - '9' - 1) * isLetter;
-  const int count = (std::bit_width(number | 1) + 3) / 4;
-  digits <<= 64 - 8 * count;
-  for (int i = 0; i < 8; ++i) at[i] = static_cast<char>(digits >> (56 - 8 * i));
-  return at + count;
-}
-
 }  // namespace
 
 std::size_t numberSize(const Conversion& conversion, std::uint32_t word) { return fieldOf(conversion, word).size(); }
@@ -183,15 +168,6 @@ char* writeNumber(char* at, const Conversion& conversion, std::uint32_t word) {
     writeDigits(at, conversion, field);
   }
   return conversion.isLeft ? fill(at, ' ', field.spaces) : at;
-}
-
-char* writePlain(char* at, char type, std::uint32_t word) {
-  if (type == 'x') return writeHex(at, word);
-  if (type == 'd' && word >> 31 != 0) {
-    *at++ = '-';
-    word = 0 - word;
-  }
-  return writeDecimal(at, word);
 }
 
 }  // namespace zarn::print

@@ -25,7 +25,4 @@ std::size_t numberSize(const Conversion& conversion, std::uint32_t word);
 // Writes exactly that many characters, and returns their end.
 char* writeNumber(char* at, const Conversion& conversion, std::uint32_t word);
 
-// Writes a number by a conversion of the kind kPlain. Room for kMostOfNumber characters is used.
-char* writePlain(char* at, char type, std::uint32_t word);
-
 }  // namespace zarn::print

@@ -17,10 +17,11 @@ using Submasks = std::array<std::uint32_t, 4>;
 
 constexpr char kPadNames[kPads][3] = {"L0", "L1", "R0", "R1", "U0", "U1", "D0", "D1"};
 
-// Any of a thread's two bits selects it; the values 1, 2 and 3 mean the same.
-bool isThreadPresent(const Submasks& submasks, std::uint32_t thread) {
-  return (submasks[thread / 16] >> (2 * (thread % 16)) & 3) != 0;
-}
+constexpr std::uint32_t kThreadsPerSubmask = 16;
+
+// The lower of each thread's two bits, set where the thread is selected. Any of the two selects it; the values 1, 2 and
+// 3 mean the same.
+std::uint32_t selectedThreads(std::uint32_t submask) { return (submask | submask >> 1) & 0x55555555; }
 
 constexpr std::size_t kMostHeaderBlock = 200;  // 199 with the longest numbers
 
@@ -73,8 +74,12 @@ class LineWriter {
   // A line that has less room may need less as well, and no memory is taken before it has to be.
   template <typename WriteLabel>
   [[gnu::noinline]] void appendByPieces(WriteLabel writeLabel, std::uint32_t word) {
-    char label[kMostLabel];
-    out_.append({label, static_cast<std::size_t>(writeLabel(label) - label)});
+    if (out_.room() >= kMostLabel) {
+      out_.setEnd(writeLabel(out_.end()));
+    } else {
+      char label[kMostLabel];
+      out_.append({label, static_cast<std::size_t>(writeLabel(label) - label)});
+    }
     values_.append(out_, word);
     char* const end = out_.makeRoom(1);
     *end = '\n';
@@ -92,14 +97,24 @@ char* writeThread(char* at, std::uint32_t thread) {
   return at;
 }
 
-void printThread(const PrintBufInfo& info, LineWriter& lines, std::uint32_t thread) {
-  lines.append([=](char* at) { return put(writeThread(at, thread), ": "); }, wordAt(info.data, thread));
+void printThread(const PrintBufInfo& info, LineWriter& lines, std::uint32_t thread, bool is64Bit) {
+  const std::uint32_t word = wordAt(info.data, thread);
+  if (!is64Bit) {
+    lines.append([=](char* at) { return put(writeThread(at, thread), ": "); }, word);
+  } else {
+    // The halves are two values, each with the whole format; they are never joined into one 64-bit number.
+    lines.append([=](char* at) { return put(writeThread(at, thread), ":\nlow 32 bits:\n"); }, word);
+    lines.append([](char* at) { return put(at, "high 32 bits:\n"); }, wordAt(info.data, kThreads + thread));
+  }
 }
 
-// The halves are two values, each with the whole format; they are never joined into one 64-bit number.
-void print64BitThread(const PrintBufInfo& info, LineWriter& lines, std::uint32_t thread) {
-  lines.append([=](char* at) { return put(writeThread(at, thread), ":\nlow 32 bits:\n"); }, wordAt(info.data, thread));
-  lines.append([](char* at) { return put(at, "high 32 bits:\n"); }, wordAt(info.data, kThreads + thread));
+void printThreads(const PrintBufInfo& info, LineWriter& lines, const Submasks& submasks, bool is64Bit) {
+  for (std::uint32_t i = 0; i < submasks.size(); ++i) {
+    for (std::uint32_t selected = selectedThreads(submasks[i]); selected != 0; selected &= selected - 1) {
+      const auto bit = static_cast<std::uint32_t>(std::countr_zero(selected));
+      printThread(info, lines, kThreadsPerSubmask * i + bit / 2, is64Bit);
+    }
+  }
 }
 
 // 64 lines; `first` is the index of the first pad value.
@@ -117,39 +132,31 @@ void printPad(const PrintBufInfo& info, LineWriter& lines, std::uint32_t first) 
   }
 }
 
-void printPresentThreads(const PrintBufInfo& info, Text& out, const Submasks& submasks) {
-  int present = 0;
-  for (const std::uint32_t submask : submasks) present += std::popcount((submask | submask >> 1) & 0x55555555);
-  LineWriter lines(out, info, static_cast<std::uint32_t>(info.is64Bit ? 2 * present : present));
-  for (std::uint32_t thread = 0; thread < kThreads; ++thread) {
-    if (!isThreadPresent(submasks, thread)) continue;
-    if (info.is64Bit) {
-      print64BitThread(info, lines, thread);
-    } else {
-      printThread(info, lines, thread);
-    }
-  }
+std::uint32_t countLines(const PrintBufInfo& info, const Submasks& submasks) {
+  if (info.printType == 1) return 1;
+  if (info.printType == 2) return kPadValues;
+  if (info.printType == 3) return kThreads + kPadValues;
+  int threads = 0;
+  for (const std::uint32_t submask : submasks) threads += std::popcount(selectedThreads(submask));
+  return static_cast<std::uint32_t>(info.is64Bit ? 2 * threads : threads);
 }
 
 void appendBody(Text& out, const PrintBufInfo& info, const Submasks& submasks) {
+  LineWriter lines(out, info, countLines(info, submasks));
   switch (info.printType) {
     case 0:
-      printPresentThreads(info, out, submasks);
+      printThreads(info, lines, submasks, info.is64Bit);
       break;
     case 1:  // of a 64-bit value only the low half is shown
-      LineWriter(out, info, 1).append([](char* at) { return at; }, wordAt(info.data, 0));
+      lines.append([](char* at) { return at; }, wordAt(info.data, 0));
       break;
-    case 2: {
-      LineWriter lines(out, info, kPadValues);
+    case 2:
       printPad(info, lines, 0);
       break;
-    }
-    case 3: {  // the last: a record has no others. Every thread, whatever the submask says, and never as 64-bit values
-      LineWriter lines(out, info, kThreads + kPadValues);
-      for (std::uint32_t thread = 0; thread < kThreads; ++thread) printThread(info, lines, thread);
+    case 3:  // the last: a record has no others. Every thread, whatever the submask says, and never as 64-bit values
+      printThreads(info, lines, {~0U, ~0U, ~0U, ~0U}, false);
       printPad(info, lines, kThreads);
       break;
-    }
   }
 }
 
