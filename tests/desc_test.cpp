@@ -96,13 +96,27 @@ std::string pcs(const char* name, bool has, const std::uint32_t* pcs, std::uint3
   return text;
 }
 
-// "eDMA pc 1 size 64" and what ring-buffer records there are.
+// The bytes of a descriptor that are not 0, each with its index, as "bytes 0=7f 63=01"; at most six of them, and how many
+// more there are.
+std::string bytesOf(const DescBufInfo& info) {
+  std::ostringstream text;
+  std::uint32_t found = 0;
+  for (std::uint32_t i = 0; i < info.descSize; ++i) {
+    if (info.desc[i] == 0) continue;
+    if (++found == 1) text << " bytes";
+    if (found <= 6) text << ' ' << std::dec << i << '=' << std::hex << info.desc[i] / 16 << info.desc[i] % 16;
+  }
+  if (found > 6) text << std::dec << " and " << found - 6 << " more";
+  return text.str();
+}
+
+// "eDMA pc 1 size 64", the descriptor's bytes, and what ring-buffer records there are.
 std::string summary(const DescBufInfo& info) {
   std::string text = info.overSized ? "over " : "";
   if (info.isEdma) text += "eDMA";
   if (info.isGlsu) text += "GLSU";
   if (info.isRingBufferAte) text += "RB";
-  text += " pc " + std::to_string(info.pc) + " size " + std::to_string(info.descSize);
+  text += " pc " + std::to_string(info.pc) + " size " + std::to_string(info.descSize) + bytesOf(info);
   if (info.isRingBufferAte) {
     text += pcs("NP", info.hasRbNextPtr, info.rbNextPtrPcs, info.rbNextPtrCount) +
             pcs("EL", info.hasRbEnd, info.rbEndPcs, info.rbEndCount) +
@@ -112,29 +126,56 @@ std::string summary(const DescBufInfo& info) {
   return text;
 }
 
+// What `put` puts at the place it is given: counted, and then written into memory of exactly that size.
+template <typename Put>
+std::string written(Put put) {
+  const std::size_t size = put(std::size_t{0});
+  const std::unique_ptr<char[]> text(new char[size]);
+  EXPECT_EQ(put(text.get()), text.get() + size);
+  return {text.get(), size};
+}
+
+std::string report(const DescBufInfo& record) {
+  return written([&record](auto at) { return zarn::desc::report(at, &record); });
+}
+
+std::string report(const std::vector<const DescBufInfo*>& array) {
+  return written([&array](auto at) {
+    std::uint32_t index = 0;
+    for (const auto* record : array) at = zarn::desc::arrayReport(at, index++, record);
+    return at;
+  });
+}
+
+// The report of a log has to be that of its records.
 std::string decodeNewest(const LogMemory& log) {
   auto* info = db_get_desc_buffer_info(log.data(), log.size());
+  const auto text = textOf([&] { return db_get_desc_string(log.data(), log.size()); }, db_free_desc_string);
+  EXPECT_EQ(text.has_value(), info != nullptr);
   if (info == nullptr) return "null";
-  const auto text = summary(*info);
+  EXPECT_TRUE(*text == report(*info));
+  const auto found = summary(*info);
   db_free_desc_buffer_info(&info);
   EXPECT_EQ(info, nullptr);
-  return text;
+  return found;
 }
 
 // Equal records in a row are counted: "2 x GLSU pc 3 size 64 | 1 x eDMA pc 2 size 64".
 std::string decodeAll(const LogMemory& log) {
   std::uint32_t count = 77;
   auto* array = db_get_desc_buffer_info_array(log.data(), log.size(), &count);
-  if (array == nullptr) return count == 77 ? "null" : "null, and a count";
-  std::string text;
+  const auto text = textOf([&] { return db_get_desc_string_array(log.data(), log.size()); }, db_free_desc_string);
+  if (array == nullptr) return count == 77 && text == "" ? "null" : "null, but a count or a text";
+  EXPECT_TRUE(text == report({array, array + count}));
+  std::string found;
   for (std::uint32_t i = 0, equal = 1; i < count; ++i, ++equal) {
     const auto record = summary(*array[i]);
     if (i + 1 < count && summary(*array[i + 1]) == record) continue;
-    text += (text.empty() ? "" : " | ") + std::to_string(equal) + " x " + record;
+    found += (found.empty() ? "" : " | ") + std::to_string(equal) + " x " + record;
     equal = 0;
   }
   db_free_desc_buffer_info_array(array, static_cast<std::int32_t>(count));
-  return text;
+  return found;
 }
 
 TEST(DescLog, DecodesAsTheCasesSay) {
@@ -176,47 +217,38 @@ TEST(DescLog, AllocatesExactlyWhatIsStated) {
   db_free_desc_buffer_info_array(array, 2);
 }
 
-// What `put` puts at the place it is given: counted, and then written into memory of exactly that size.
-template <typename Put>
-std::string textOf(Put put) {
-  const std::size_t size = put(std::size_t{0});
-  const std::unique_ptr<char[]> text(new char[size]);
-  EXPECT_EQ(put(text.get()), text.get() + size);
-  return {text.get(), size};
-}
-
-std::string report(const DescBufInfo& record) {
-  return textOf([&record](auto at) { return zarn::desc::report(at, &record); });
-}
-
-std::string report(std::initializer_list<const DescBufInfo*> array) {
-  return textOf([&array](auto at) {
-    std::uint32_t index = 0;
-    for (const auto* record : array) at = zarn::desc::arrayReport(at, index++, record);
-    return at;
-  });
-}
-
 // Records as no log gives them: valid, overSized, three types, three has-flags, total, PC, and the four arrays.
 TEST(DescReport, SaysExactlyWhatTheRecordHolds) {
   std::uint8_t counting[36];
   std::iota(std::begin(counting), std::end(counting), std::uint8_t{0x10});
   std::uint8_t four[] = {0x0A, 0xFF, 0x00, 0x7C}, three[] = {0x01, 0x02, 0xAB};
+  std::uint8_t thirteen[] = {1, 2, 3, 4, 5, 6, 7, 8, 0x90, 0xA1, 0xB2, 0xC3, 0xD4};
   std::uint32_t next[] = {320, 352}, seven[] = {7}, end[] = {736};
+  std::uint32_t ofEachLength[] = {0,        9,        10,        99,        100,        999,       1000,
+                                  9999,     10000,    99999,     100000,    999999,     1000000,   9999999,
+                                  10000000, 99999999, 100000000, 999999999, 1000000000, 4294967295};
   constexpr std::uint32_t kMost = 0xFFFFFFFF;
   const DescBufInfo ringBuffer{1, 0, 0, 0, 1, 1, 0, 0, 412, 608, 36, counting, 2, next, 0, {}, 0, {}};
   const DescBufInfo edma{1, 1, 1, 0, 0, 0, 0, 0, 900, 96, 4, four, 0, {}, 0, {}, 0, {}};
-  const DescBufInfo odd{1, 2, 1, 1, 2, 3, 2, 0, kMost, kMost, 0, {}, 0, {}, 1, seven, 0, {}};
+  const DescBufInfo odd{1, 2, 1, 1, 2, 3, 2, 2, kMost, kMost, 0, {}, 0, {}, 1, seven, 0, {}};
   const DescBufInfo huge{1, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0x80000000, {}, kMost, {}, kMost, {}, kMost, {}};
   const DescBufInfo second{1, 0, 0, 0, 1, 1, 1, 0, 0, 608, 3, three, 2, next, 1, end, 0, {}};
+  const DescBufInfo numbers{1, 0, 0, 0, 1, 2, 3, 3, 0, 1, 13, thirteen, 0, {}, 0, {}, 20, ofEachLength};
   const DescBufInfo invalid{2, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, {}, 0, {}, 0, {}, 0, {}};
   const std::string found = "=== next pointers and a second row" + report(ringBuffer) + "=== eDMA" + report(edma) +
                             "=== type flags and overSized count when exactly 1, has-flags by their lowest bit" +
-                            report(odd) + "=== counts beyond an int stand for none" + report(huge) + "=== array" +
+                            report(odd) + "=== numbers of each length" + report(numbers) +
+                            "=== counts beyond an int stand for none" + report(huge) + "=== array" +
                             report({&edma, &second}) + "=== header from entry 0 only, gaps where entries are left out" +
-                            report({nullptr, &second, &invalid, &second});
+                            report({nullptr, &second, &invalid, &second}) + "=== none" + report(invalid);
   std::ifstream file(CASES "/reports.txt");
   EXPECT_EQ(found, std::string(std::istreambuf_iterator<char>(file), {}));
+
+  // As many table entries as a count can stand for, and one more, which stands for none.
+  const DescBufInfo most{1, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0x7FFFFFFF, {}, 0, {}, 0, {}, 0, {}};
+  const DescBufInfo none{1, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0x80000000, {}, 0, {}, 0, {}, 0, {}};
+  EXPECT_EQ(zarn::desc::report(std::size_t{0}, &most) - zarn::desc::report(std::size_t{0}, &none),
+            3 * std::size_t{0x7FFFFFFF} + (1 << 26));
 }
 
 TEST(DescReport, IsNullOrEmptyWhereNothingCanBeDecoded) {
