@@ -9,9 +9,11 @@
 //                           0x7F     bundle, 10 bytes and twice the number in bits 12-14
 //                           others   word, 4 bytes
 //
-// A bundle has three slots of as many parcels as H counts (A bits 7-8, B bits 9-10, C bits 15 and 11), and a final slot
-// of what is left. Only a final slot of two parcels can be an eDMA instruction; a plain word never is, also one with
-// the same bits. That, and that a bundle of 4 bytes has no room for such a slot, is meant so.
+// Behind its head, a bundle has three slots of as many parcels as H counts (bits 7-8; bits 9-10; bits 15 and 11) and a
+// final slot of what is left. It is an eDMA instruction when it has two parcels and the bits of kEdmaPattern.
+//
+// Deliberate (design.md, "Final slots only"): the pattern in a plain word or in a counted slot is none, and a bundle of
+// 4 bytes has no room for it.
 
 #include <algorithm>
 #include <array>
@@ -60,10 +62,10 @@ bool isEdma(const std::uint8_t* instruction, std::uint32_t head, std::uint32_t l
   return ((length ^ (at + 4)) | (~finalSlot & kEdmaPattern)) == 0;
 }
 
-// Goes over plain words, or over shorts that do not begin like the marker, for as long as there is nothing else, and
-// not far beyond `limit`. In a long run of these the processor does predict what comes, which beats the table.
 constexpr std::uint32_t kLongRun = 16;
 
+// Goes over plain words, or over shorts that do not begin like the marker, for as long as there is nothing else, and
+// not far beyond `limit`. In a long run of these the processor does predict what comes, which beats the table.
 const std::uint8_t* skipRun(const std::uint8_t* at, const std::uint8_t* limit, std::uint32_t length) {
   if (length == 4) {
     while (at < limit && (*at & 3) == 3 && (*at & 0x1F) != 0x1F) at += 4;
@@ -88,7 +90,8 @@ Result scan(const std::uint8_t* at, const std::uint8_t* end, const std::uint8_t*
     const std::uint32_t head = loadU16(at);
     const std::uint32_t length = kLengths[*at].bytes + (head >> 11 & kLengths[*at].extension);
     if (isEdma(at, head, length)) return {Outcome::kFound, at};
-    // The marker begins like a short instruction. It counts only with something behind it.
+    // Deliberate (design.md, "Stop marker"): it counts only with something behind it, and, as it begins like a short
+    // instruction, only where one may begin.
     if (loadU32(at) == kStopMarker && end - at > 4) return {Outcome::kStopped, at};
     at += length;
     // Without a branch, for the same reason as above.
