@@ -2,8 +2,6 @@
 
 #include <locale.h>
 
-#include "../decimal.h"
-
 namespace zarn::print {
 namespace {
 
@@ -23,56 +21,30 @@ class ClassicLocaleScope {
   locale_t previous_;
 };
 
-// The one conversion as a format of its own. {fmt} looks at the character behind the end of some formats, so a NUL
-// is there.
-class ConversionText {
- public:
-  explicit ConversionText(const Conversion& conversion) {
-    char* at = text_;
-    *at++ = '%';
-    if (conversion.isLeft) *at++ = '-';
-    if (conversion.sign != '\0') *at++ = conversion.sign;
-    if (conversion.isAlternate) *at++ = '#';
-    if (conversion.isZeroPadded) *at++ = '0';
-    if (conversion.width != 0) at = writeDecimal(at, static_cast<std::uint32_t>(conversion.width));
-    if (conversion.precision != Conversion::kNoPrecision) {
-      *at++ = '.';
-      at = writeDecimal(at, static_cast<std::uint32_t>(conversion.precision));
-    }
-    *at++ = conversion.type;
-    *at = '\0';
-    size_ = static_cast<std::size_t>(at - text_);
+// {fmt} is told what it would have parsed, and only its code for floats gets into the library.
+void writeAny(TextBuffer& out, const Conversion& conversion, float value) {
+  fmt::format_specs specs;
+  specs.width = conversion.width;
+  specs.precision = conversion.precision;
+  specs.type = conversion.type;
+  specs.alt = conversion.isAlternate;
+  specs.align = conversion.isLeft ? fmt::align::left : fmt::align::right;
+  if (conversion.isZeroPadded) {
+    specs.align = fmt::align::numeric;
+    specs.fill[0] = '0';
   }
-
-  fmt::string_view view() const { return {text_, size_}; }
-
- private:
-  char text_[32];  // "%-+#0", two numbers of ten digits with a point between them, the type, the NUL: 28 at most
-  std::size_t size_;
-};
-
-// {fmt}'s own formatter, of which only the part for floats is wanted: with the other types of arguments the library is
-// 20 KB larger.
-class FloatFormatter : public fmt::printf_arg_formatter<fmt::printf_context::iterator, char> {
- public:
-  using printf_arg_formatter::printf_arg_formatter;
-
-  iterator operator()(float value) { return printf_arg_formatter::operator()(value); }
-
-  template <typename Other>
-  iterator operator()(Other) {
-    return this->out();
-  }
-};
+  if (conversion.sign != '\0') specs.sign = conversion.sign == '+' ? fmt::sign::plus : fmt::sign::space;
+  using Iterator = fmt::printf_context::iterator;
+  fmt::printf_context context(Iterator(out), {}, {});
+  fmt::printf_arg_formatter<Iterator, char>(Iterator(out), specs, context)(value);
+}
 
 void write(TextBuffer& out, const Conversion& conversion, float value) {
-  const ConversionText format(conversion);
-  const auto args = fmt::make_printf_args(value);
   if (conversion.type == 'a' || conversion.type == 'A') {
     const ClassicLocaleScope scope;
-    fmt::vprintf<FloatFormatter>(out, format.view(), args);
+    writeAny(out, conversion, value);
   } else {
-    fmt::vprintf<FloatFormatter>(out, format.view(), args);
+    writeAny(out, conversion, value);
   }
 }
 
