@@ -1,16 +1,17 @@
-// Print buffers: header checks at their limits, and the text of values against {fmt} itself.
+// Print buffers: header checks at their limits, and the text of values beside {fmt}'s.
 
 #include <gtest/gtest.h>
+#include <locale.h>
 
+#include <algorithm>
 #include <bit>
 #include <climits>
-#include <clocale>
 #include <locale>
 #include <thread>
 #include <vector>
 
+#include "compare.h"
 #include "inputs.h"
-#include "print/fmt.h"
 #include "support.h"
 #include "zarn_utility.h"
 
@@ -29,21 +30,31 @@ PrintBuffer printBuffer(std::uint32_t headerWord, std::uint32_t formatOffset = 0
 std::string printText(const std::string& buffer, const std::string& format, std::size_t shift = 0) {
   const ExactBytes bytes(buffer, shift);
   const ExactBytes table({format.c_str(), format.size() + 1}, shift);
-  char* text = db_get_printf_string(bytes.data(), bytes.size(), table.data(), table.size());
-  std::string copy(text == nullptr ? "(null)" : text);
-  db_free_printf_string(&text);
-  EXPECT_EQ(text, nullptr);
-  return copy;
+  return textOf([&] { return db_get_printf_string(bytes.data(), bytes.size(), table.data(), table.size()); },
+                db_free_printf_string)
+      .value_or("(null)");
+}
+
+std::string withoutHeader(std::string text) {
+  for (int line = 0; line < 9; ++line) text.erase(0, text.find('\n') + 1);
+  return text;
 }
 
 // The text that one value gives, without header block and line end.
 std::string valueText(const std::string& format, std::uint32_t headerWord, std::uint32_t word) {
   auto buffer = printBuffer(headerWord);
   buffer.data[0] = word;
-  auto text = printText(buffer.bytes(), format);
-  for (int line = 0; line < 9; ++line) text.erase(0, text.find('\n') + 1);
-  if (text.ends_with('\n')) text.pop_back();  // a NUL of '%c' hides the rest
+  auto text = withoutHeader(printText(buffer.bytes(), format));
+  EXPECT_TRUE(text.ends_with('\n')) << format;
+  text.pop_back();
   return text;
+}
+
+// The library beside the reference.
+std::string difference(const std::string& buffer, const std::string& format) {
+  const ExactBytes bytes(buffer);
+  const ExactBytes table(std::string_view(format.c_str(), format.size() + 1));
+  return comparePrint(bytes.data(), bytes.size(), table.data(), table.size());
 }
 
 TEST(PrintHeader, AcceptsExactlyWhatItShould) {
@@ -99,42 +110,99 @@ TEST(PrintHeader, IdentifiersNeedTheBytesUpToTheirEnd) {
   }
 }
 
-TEST(PrintText, AllocatesTheRecordAndTheTextOnly) {
-  const auto buffer = printBuffer(kSingleWord).bytes();
+TEST(PrintText, TakesMemoryForTheRecordTheTextAndWhatIsBeyond500Characters) {
+  const auto words = printBuffer(kSingleWord).bytes();
+  const auto floats = printBuffer(kSingleFloat).bytes();
+  const auto allocations = [&](const std::string& buffer, const std::string& format) {
+    const AllocationLog log;
+    char* text = db_get_printf_string(buffer.data(), buffer.size(), format.c_str(), format.size() + 1);
+    const auto found = log.text();
+    db_free_printf_string(&text);
+    EXPECT_EQ(text, nullptr);
+    return found;
+  };
+  const auto header = printText(words, "").size() - 1;
   const long before = liveAllocations();
-  const AllocationLog log;
-  char* text = db_get_printf_string(buffer.data(), buffer.size(), "%c|", 4);
-  // The value is 0, so '%c' writes a NUL: the text goes on behind it.
-  const auto length = static_cast<std::size_t>(std::strchr(text, '\0') - text) + 3;
-  EXPECT_EQ(log.text(), "56 " + std::to_string(length + 1) + "[]");
-  EXPECT_EQ(std::string(text + length - 3, 4), std::string("\0|\n\0", 4));
-  db_free_printf_string(&text);
+  EXPECT_EQ(allocations(words, "%c|"), "56 " + std::to_string(header + 4) + "[]");  // the value's NUL ends nothing
+  // Both what has room for the longest value and what has not; text alone, padding, a value, and what {fmt} writes.
+  const auto rest = 500 - header - 1;
+  const auto literal = [](std::size_t size) { return std::string(size, 'x'); };
+  for (const auto& format : {literal(rest), std::string("%") + std::to_string(rest) + 'u', literal(rest - 1) + "%u",
+                             literal(rest - 2) + "%o%1$d", literal(rest - 1) + "%c"}) {
+    EXPECT_EQ(allocations(words, format), "56 501[]") << format;
+    EXPECT_NE(allocations(words, literal(1) + format), "56 502[]") << format;
+  }
+  for (const auto& format : {literal(rest - 12) + "%e", literal(rest - 8) + "%f"}) {
+    EXPECT_EQ(allocations(floats, format), "56 501[]") << format;
+    EXPECT_NE(allocations(floats, literal(1) + format), "56 502[]") << format;
+  }
+  // 128 lines find room at once, judged by the first of them.
+  EXPECT_EQ(std::ranges::count(allocations(printBuffer(6).bytes(), "value %d"), ' '), 2);
+  EXPECT_EQ(std::ranges::count(allocations(printBuffer(6 | 5 << 6).bytes(), "%g, %e"), ' '), 2);
   EXPECT_EQ(liveAllocations(), before);
 }
 
-// Every flag set, width, precision, length and conversion, and what {fmt} makes of it.
+// Formats of any length put the place where the first memory ends into each part of a line: labels, text and values.
+TEST(PrintText, GrowsAtAnyCharacter) {
+  for (const std::uint32_t headerWord : {0x20U, 0xC0U, 5U, 6U, 0x146U}) {
+    auto print = printBuffer(headerWord);
+    print.submasks = {0xFFFFFFFF, 0xAAAAAAAA, 0x55555555, 0x80000001};
+    for (std::uint32_t i = 0; i < print.data.size(); ++i) print.data[i] = 0x3FC00000U >> i % 32;
+    const auto buffer = print.bytes();
+    for (std::size_t length = 0; length < 600; length += length < 100 ? 1 : 7) {
+      for (const char* conversion : {"%u", "%5.3f%1$o", ""}) {
+        ASSERT_EQ(difference(buffer, std::string(length, 'x') + conversion), "") << length << conversion;
+      }
+    }
+  }
+}
+
+TEST(PrintText, SelectsThreadsByTheirOwnSubmask) {
+  auto print = printBuffer(zarn::inputs::headerWord(0, 2));
+  print.currentTime = print.totalSize = print.graphId = print.kernelId = print.instanceId = 0xFFFFFFFF;
+  print.submasks = {0x00000002, 0x40000001, 0x00000030, 0xC0000000};
+  for (std::uint32_t i = 0; i < print.data.size(); ++i) print.data[i] = 100 + i;
+  EXPECT_EQ(printText(print.bytes(), "%u"),
+            "Graph Id: 4294967295\nKernel Id: 4294967295\nInstance Id: 4294967295\nCurrent time: 4294967295\n"
+            "Total size: 4294967295\nsubmask0: 0x2\nsubmask1: 0x40000001\nsubmask2: 0x30\nsubmask3: 0xc0000000\n"
+            "thread_0: 100\nthread_16: 116\nthread_31: 131\nthread_34: 134\nthread_63: 163\n");
+  print.headerWord = zarn::inputs::headerWord(0, 4);
+  print.submasks = {0, 0, 0, 0x10000000};
+  EXPECT_EQ(withoutHeader(printText(print.bytes(), "%u")), "thread_62:\nlow 32 bits:\n162\nhigh 32 bits:\n226\n");
+}
+
+// Every flag set, width, precision, length and conversion, also broken off in front of its type; alone, and with other
+// conversions before or behind it.
 TEST(PrintText, EqualsFmtOverItsWholeGrammar) {
-  const std::vector<std::uint32_t> words = {0, 9, 100, 0x7FFFFFFF, 0xFFFFFF85, 0x3FC00000, 0xC2F6E979, 0x7FC00000};
+  constexpr std::uint32_t kWords[] = {0, 9, 100, 0x7FFFFFFF, 0xFFFFFF85, 0x3FC00000, 0xC2F6E979, 0x7FC00000};
+  std::string buffers[] = {printBuffer(kSingleWord).bytes(), printBuffer(kSingleFloat).bytes()};
   std::size_t compared = 0;
-  for (const char* index : {"", "1$", "2$"}) {
+  const auto compare = [&](const std::string& conversion) {
+    const bool usesValueAsCount = conversion.find('*') != std::string::npos;
+    const auto word = kWords[compared % (usesValueAsCount ? 3 : std::size(kWords))];
+    constexpr const char* kBefore[] = {"", "%x ", "%1$x "};
+    const auto shape = compared++ % std::size(kBefore);
+    const char* const behind = shape == 0 && !conversion.ends_with('|') ? " %d %1$x%%" : "";
+    for (auto& buffer : buffers) {
+      zarn::inputs::put(buffer, 44, word, 4);
+      for (const auto& format : {conversion, kBefore[shape] + conversion + behind}) {
+        ASSERT_EQ(difference(buffer, format), "") << format << " of " << word;
+      }
+    }
+  };
+  for (const char* index : {"", "0$", "1$", "2$"}) {
     for (unsigned flags = 0; flags < 32; ++flags) {
+      std::string start = std::string("<%") + index;
+      for (unsigned i = 0; i < 5; ++i) {
+        if (flags & 1U << i) start += "-+ #0"[i];
+      }
       for (const char* width : {"", "7", "*"}) {
         for (const char* precision : {"", ".", ".3", ".*"}) {
           for (const char* length : {"", "h", "hh", "l", "ll", "j", "z", "t", "L"}) {
-            for (const char type : std::string_view("diouxXcspaAeEfFgGnLb%")) {
-              std::string conversion = "<%";
-              conversion += index;
-              for (unsigned i = 0; i < 5; ++i) {
-                if (flags & 1U << i) conversion += "-+ #0"[i];
-              }
-              conversion += std::string(width) + precision + length + type + ">";
-              const bool usesValueAsCount = conversion.find('*') != std::string::npos;
-              const auto word = words[compared++ % (usesValueAsCount ? 3 : words.size())];
-              const auto real = std::bit_cast<float>(word);
-              for (const auto& format : {conversion, conversion + " %d %1$x%%"}) {
-                ASSERT_EQ(valueText(format, kSingleWord, word), fmt::sprintf(format, word).c_str()) << format;
-                ASSERT_EQ(valueText(format, kSingleFloat, word), fmt::sprintf(format, real).c_str()) << format;
-              }
+            const auto untyped = start + width + precision + length;
+            ASSERT_NO_FATAL_FAILURE(compare(untyped));
+            for (const char type : std::string_view("diouxXcspaAeEfFgGnLbB%")) {
+              ASSERT_NO_FATAL_FAILURE(compare(untyped + type + '>'));
             }
           }
         }
@@ -143,20 +211,31 @@ TEST(PrintText, EqualsFmtOverItsWholeGrammar) {
   }
 }
 
-// Plain conversions do not go through {fmt}, and have to give what it gives for any value.
-TEST(PrintText, PlainConversionsEqualFmt) {
+// Numbers of all sizes, by what the library writes itself.
+TEST(PrintText, EqualsFmtForAnyValue) {
   std::uint32_t word = 1;
+  std::string buffers[] = {printBuffer(kSingleWord).bytes(), printBuffer(kSingleFloat).bytes()};
   for (int i = 0; i < 20000; ++i) {
     word = word * 1664525 + 1013904223;
-    const std::uint32_t shorter = word >> i % 32;
-    for (const char* format : {"%d", "%i", "%u", "%x"}) {
-      ASSERT_EQ(valueText(format, kSingleWord, shorter), fmt::sprintf(format, shorter)) << shorter;
-    }
-    const std::string withPrecision = {'%', '.', static_cast<char>('0' + i % 10), 'f'};
-    for (const auto& format : {std::string("%f"), withPrecision}) {
-      ASSERT_EQ(valueText(format, kSingleFloat, word), fmt::sprintf(format, std::bit_cast<float>(word))) << word;
-    }
+    zarn::inputs::put(buffers[0], 44, word >> i % 32, 4);
+    ASSERT_EQ(difference(buffers[0], "%1$d %1$u %1$x %1$#010X %1$-12.9o %1$+hd %1$hhu %1$b"), "") << (word >> i % 32);
+    zarn::inputs::put(buffers[1], 44, word, 4);
+    const char digits = static_cast<char>('0' + i % 10);
+    ASSERT_EQ(difference(buffers[1], std::string("%1$f %1$.") + digits + "f %1$+015.4F"), "") << word;
   }
+  // Halves go to the even digit; and a carry makes the number longer.
+  for (const float value : {0.5F, 1.5F, 2.5F, 9.5F, 99.5F, 0.25F, 0.75F, 0.0625F, 9.96875F, 0.99999994F, 16777215.F}) {
+    zarn::inputs::put(buffers[1], 44, std::bit_cast<std::uint32_t>(value), 4);
+    ASSERT_EQ(difference(buffers[1], "%1$.0f %1$.1f %1$.2f %1$.3f %1$.7f"), "") << value;
+  }
+}
+
+TEST(PrintText, FormatsMayBeVeryLong) {
+  std::string format;
+  while (format.size() < 1 << 20) format += "%1$d%s%%%1$x ";
+  auto print = printBuffer(kSingleWord);
+  print.data[0] = 0xFFFFFFFF;
+  EXPECT_EQ(difference(print.bytes(), format), "");
 }
 
 TEST(PrintText, MalformedConversionsGiveWhatTheyShould) {
@@ -165,7 +244,9 @@ TEST(PrintText, MalformedConversionsGiveWhatTheyShould) {
     EXPECT_EQ(valueText(row[0], kSingleWord, word), row[2]) << row[0];
     EXPECT_EQ(valueText(row[0], kSingleFloat, word), row[3]) << row[0];
   }
-  EXPECT_EQ(valueText("%1000u", kSingleWord, 7), std::string(999, ' ') + "7");
+  // The largest count that '*' can take; %c has no use for a precision.
+  EXPECT_EQ(valueText("%1$.*c|", kSingleWord, INT_MAX), "\xFF|");
+  EXPECT_EQ(valueText("%c|", kSingleWord, 0x100), std::string("\0|", 2));
 }
 
 struct Grouping : std::numpunct<char> {
@@ -182,7 +263,9 @@ TEST(PrintText, DoesNotShowTheHostsLocale) {
   ASSERT_STREQ(std::localeconv()->decimal_point, ",");
 #endif
   EXPECT_EQ(valueText("%LL %1$d", kSingleWord, 1234567), "1234567 1234567");
+  const locale_t before = uselocale(nullptr);
   EXPECT_EQ(valueText("%LL|%1$a|%1$.1f", kSingleFloat, 0x3FC00000), "1.5|0x1.8p+0|1.5");
+  EXPECT_EQ(uselocale(nullptr), before);
   std::locale::global(previous);
   std::setlocale(LC_ALL, "C");
 }
