@@ -8,8 +8,9 @@ namespace {
 
 bool isDigit(char c) { return '0' <= c && c <= '9'; }
 
-// Which references get the argument. There is only one, so of the automatic references the first gets it; but once an
-// index came first, every automatic reference is to argument 1, since the report about mixing the two is compiled out.
+// Which references get the argument. There is only one, so of the automatic references the first gets it.
+// Deliberate (design.md, "Index first"): once an index came first, every automatic reference is to argument 1, because
+// {fmt}'s report about mixing the two is compiled out.
 class ArgumentIds {
  public:
   bool takeNext() {
@@ -52,8 +53,8 @@ class FormatParser {
  private:
   enum class Length { kInt, kChar, kShort, kWide };
 
-  // snprintf() of a hexadecimal float fails where the text would be longer than INT_MAX, and {fmt} then tries again
-  // with more and more memory, for ever. "0x1." and an exponent like "p-149" have to fit as well.
+  // snprintf() of a hexadecimal float fails where the text would be longer than INT_MAX, and {fmt} tries again and again
+  // with more memory. "0x1." and an exponent like "p-149" have to fit as well.
   static constexpr int kMaxHexFloatPrecision = INT_MAX - 9;
 
   // The conversion of a new piece, which gives no text so far. Pieces are filled in where they are: to copy what has
@@ -148,7 +149,7 @@ class FormatParser {
     }
   }
 
-  // The number at hand. One that is too big for an int marks the conversion and comes out as INT_MAX.
+  // The number at hand; INT_MAX, in a faulty conversion, where it does not fit an int.
   int parseNumber() {
     long long value = 0;
     for (; isDigit(peek()); ++at_) {
@@ -161,7 +162,7 @@ class FormatParser {
     return static_cast<int>(value);
   }
 
-  // Whether a '*' stands for the value. A float, and an argument that there is not, count as 0.
+  // Whether a '*' stands for the value. To {fmt}, a float counts as 0, and so does an argument that is missing.
   bool countIsValue() { return ids_.takeNext() && !isFloat_; }
 
   Length parseLength() {
@@ -183,7 +184,7 @@ class FormatParser {
     to.kind = Conversion::Kind::kInteger;
     to.type = type;
     if (type == 'L') to.type = 'u';  // {fmt}'s "as the locale has it"; the host's locale must not show
-    // The argument is unsigned, and stays what it is where it is made wider.
+    // Deliberate (design.md, "Wide integers"): the argument is unsigned, and {fmt} widens it before it looks at the sign.
     if (type == 'd' || type == 'i') to.type = length == Length::kWide ? 'u' : 'd';
     if (type == 'c') to.sign = '\0';
     if (length == Length::kChar) to.cutBits = 24;
@@ -196,7 +197,8 @@ class FormatParser {
     if (!hasPrecision) to.precision = 0;
   }
 
-  // {fmt} writes a float as %g does where the type does not suit one, or is missing. %L would show the host's locale.
+  // Deliberate (design.md, "Floats by %g"): so {fmt} writes them where the type does not suit a float or is missing, %d
+  // and %s among them. "%L" would have it take the host's locale.
   void settleFloat(Conversion& to, char type) {
     const bool isHex = type == 'a' || type == 'A';
     if (isHex && to.precision > kMaxHexFloatPrecision) return;
@@ -204,9 +206,9 @@ class FormatParser {
     to.kind = Conversion::Kind::kByFmt;
     to.type = suits ? type : 'g';
     if (to.isLeft) to.isZeroPadded = false;
-    // {fmt} pads the text of a float without a fraction by lengths that are one off, and not always.
-    const bool isOdd = to.precision == 0 && (to.width != 0 || to.isAlternate);
-    if ((type != 'f' && type != 'F') || to.precision > Conversion::kMostFixedPrecision || isOdd) return;
+    // {fmt} miscounts some texts without a fraction when it pads them; that is left to it.
+    const bool isMiscounted = to.precision == 0 && (to.width != 0 || to.isAlternate);
+    if ((type != 'f' && type != 'F') || to.precision > Conversion::kMostFixedPrecision || isMiscounted) return;
     to.kind = Conversion::Kind::kFixed;
     if (to.precision == Conversion::kNoPrecision) to.precision = 6;
   }

@@ -8,7 +8,7 @@
 
 namespace zarn::print {
 
-// How a value is written. What is wrong with a conversion, or does not suit the kind of value, is settled already.
+// How a value is written. Errors, and what does not suit the kind of value, are dealt with by then.
 struct Conversion {
   enum class Kind : std::uint8_t {
     kNone,     // no text
@@ -47,16 +47,16 @@ using Pieces = fmt::basic_memory_buffer<Piece, 8>;
 // Reads a format as {fmt} 7's printf does when it is given one argument, and fills the list, which is empty, with its
 // pieces. These refer to the format's characters.
 //
-// There is no text for a conversion that {fmt} could not be given, because its error reports are compiled out. Such a
-// conversion uses up its argument as any other does:
+// Deliberate (design.md, "Silent conversions"): some conversions give no text, because {fmt} without its error reports
+// would do harm with them. They use up their argument as any other does:
 //
 //   - one that breaks off after a length modifier ("%h", "%5ll"): {fmt} reads on behind the end of the format;
 //   - one with argument index 0 ("%0$u"): {fmt} shifts by a negative count;
-//   - one with an index, width or precision beyond INT_MAX: {fmt} makes 2 GiB and more of such a width, and reads
-//     longer numbers as two. The others are treated alike to have one rule;
-//   - %a or %A of a float with a precision above INT_MAX - 9: {fmt} would ask for more and more memory.
+//   - one with an index, width or precision beyond INT_MAX, written out or taken from the value by '*': {fmt} pads to
+//     2 GiB and more, or takes a longer number for two; where it would do neither, the rule is the same for simplicity;
+//   - "%a" or "%A" of a float with a precision above INT_MAX - 9: {fmt} asks for memory for ever.
 //
-// Everything else a malformed format gives is {fmt}'s to decide.
+// Any other malformed conversion gives what {fmt} makes of it.
 void parseFormat(std::string_view format, bool isFloat, Pieces& pieces);
 
 }  // namespace zarn::print

@@ -65,7 +65,8 @@ inline Field integerField(const Conversion& conversion, std::uint32_t word) {
   } else {
     const unsigned bits = bitsOfDigit(conversion.type);
     field.digits = (static_cast<unsigned>(std::bit_width(number | 1)) + bits - 1) / bits;
-    if (conversion.isAlternate && word != 0) {  // not the number: {fmt} looks before it cuts
+    // Deliberate (design.md, "Prefix of a cut zero"): {fmt} looks for a zero before it cuts bits off.
+    if (conversion.isAlternate && word != 0) {
       if (conversion.type != 'o') {
         field.addPrefix('0');
         field.addPrefix(conversion.type);
@@ -97,7 +98,7 @@ inline Field fixedField(const Conversion& conversion, std::uint32_t word) {
   if (shift >= 0) {
     field.number = significand << shift;
   } else {
-    const int fractionBits = std::min(-shift, 63);  // more would not change that nothing is left of the number
+    const int fractionBits = std::min(-shift, 63);  // the number is 0 to any precision from 56 on
     const std::uint64_t one = std::uint64_t{1} << fractionBits;
     const std::uint64_t power = kPowersOf10[conversion.precision];
     const std::uint64_t scaled = (significand & (one - 1)) * power;

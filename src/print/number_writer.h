@@ -8,17 +8,17 @@
 
 namespace zarn::print {
 
-// What follows is for conversions of the kinds kInteger and kFixed.
+// All of these are for conversions of the kinds kPlain, kInteger and kFixed.
 
-// Whether this library has text for the value: floats from 2^64 on, infinities and NaNs are {fmt}'s.
+// Whether this library writes the value. Floats from 2^64 on, infinities and NaNs are left to {fmt}.
 inline bool isInRange(const Conversion& conversion, std::uint32_t word) {
   constexpr std::uint32_t kTwoTo64 = (127 + 64) << 23;
   return conversion.kind != Conversion::Kind::kFixed || (word & 0x7F800000) < kTwoTo64;
 }
 
-// The characters that such a value takes besides those that a width or a precision asks for.
-inline constexpr std::size_t kMostOfNumber =
-    40;  // binary has a prefix of three and 32 digits, a float a sign, 20, a point and 9
+// What a number may need beyond its width or precision, whichever is larger: 32 binary digits with a prefix of three
+// characters are the most.
+inline constexpr std::size_t kMostOfNumber = 40;
 
 std::size_t numberSize(const Conversion& conversion, std::uint32_t word);
 

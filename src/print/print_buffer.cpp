@@ -32,13 +32,14 @@ std::uint32_t readIdentifier(const void* buffer, std::size_t size, std::size_t o
 }
 
 InfoPtr readHeader(const void* buffer, std::size_t bufferSize, const char* stringTable, std::size_t stringTableSize) {
+  // Deliberate (design.md, "620 bytes"): the last 64 bytes have to be there, although nothing reads them.
   if (buffer == nullptr || bufferSize < ZARN_PRINT_BUFFER_MIN_SIZE) return nullptr;
   if (stringTable == nullptr || stringTableSize <= word(buffer, kFormatOffset)) return nullptr;
 
   const std::uint32_t headerWord = word(buffer, kHeaderWord);
   const std::uint32_t printKind = headerWord & 0x1F;
   const std::uint32_t dataType = headerWord >> 6 & 0x1F;
-  // The whole word counts: 0x20 is kind 0 and data type 0, both valid, and accepted; 0 is the same and is not.
+  // Deliberate (design.md, "Header word 0"): 0x20 is kind 0 and data type 0 as 0 is, and accepted.
   if (headerWord == 0 || printKind > kMaxPrintKind || dataType > kMaxDataType) return nullptr;
 
   const auto* bytes = static_cast<const std::uint8_t*>(buffer);

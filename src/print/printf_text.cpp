@@ -19,8 +19,7 @@ constexpr char kPadNames[kPads][3] = {"L0", "L1", "R0", "R1", "U0", "U1", "D0", 
 
 constexpr std::uint32_t kThreadsPerSubmask = 16;
 
-// The lower of each thread's two bits, set where the thread is selected. Any of the two selects it; the values 1, 2 and
-// 3 mean the same.
+// The lower of each thread's two bits, set where the thread is selected: by either of them, as 1, 2 and 3 mean the same.
 std::uint32_t selectedThreads(std::uint32_t submask) { return (submask | submask >> 1) & 0x55555555; }
 
 constexpr std::size_t kMostHeaderBlock = 200;  // 199 with the longest numbers
@@ -46,7 +45,7 @@ void appendHeaderBlock(Text& out, const PrintBufInfo& info, const Submasks& subm
   out.setEnd(at);
 }
 
-// Writes lines of a label and a value each.
+// Writes lines, each of a label and a value.
 class LineWriter {
  public:
   LineWriter(Text& out, const PrintBufInfo& info, std::uint32_t lines) : out_(out), values_(info.format, info.isFloat) {
@@ -102,7 +101,7 @@ void printThread(const PrintBufInfo& info, LineWriter& lines, std::uint32_t thre
   if (!is64Bit) {
     lines.append([=](char* at) { return put(writeThread(at, thread), ": "); }, word);
   } else {
-    // The halves are two values, each with the whole format; they are never joined into one 64-bit number.
+    // Deliberate (design.md, "Halves"): they are two values, each with the whole format, and never one 64-bit number.
     lines.append([=](char* at) { return put(writeThread(at, thread), ":\nlow 32 bits:\n"); }, word);
     lines.append([](char* at) { return put(at, "high 32 bits:\n"); }, wordAt(info.data, kThreads + thread));
   }
@@ -147,13 +146,13 @@ void appendBody(Text& out, const PrintBufInfo& info, const Submasks& submasks) {
     case 0:
       printThreads(info, lines, submasks, info.is64Bit);
       break;
-    case 1:  // of a 64-bit value only the low half is shown
+    case 1:  // Deliberate (design.md, "Low half alone"): 64-bit data is shown whole by print type 0 only.
       lines.append([](char* at) { return at; }, wordAt(info.data, 0));
       break;
     case 2:
       printPad(info, lines, 0);
       break;
-    case 3:  // the last: a record has no others. Every thread, whatever the submask says, and never as 64-bit values
+    case 3:  // Deliberate (design.md, "All threads"): the header block shows a submask that selects nothing here.
       printThreads(info, lines, {~0U, ~0U, ~0U, ~0U}, false);
       printPad(info, lines, kThreads);
       break;

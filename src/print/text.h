@@ -15,24 +15,20 @@ namespace zarn::print {
 inline char* copy(char* at, std::string_view text) {
   const std::size_t size = text.size();
   const char* const from = text.data();
-  if (size > 16) {
-    std::memcpy(at, from, size);
-  } else if (size >= 8) {
-    std::memcpy(at, from, 8);
-    std::memcpy(at + size - 8, from + size - 8, 8);
-  } else if (size >= 4) {
+  if (size < 4) {
+    if (size & 2) std::memcpy(at, from, 2);
+    if (size & 1) at[size - 1] = from[size - 1];
+  } else if (size < 8) {
     std::memcpy(at, from, 4);
     std::memcpy(at + size - 4, from + size - 4, 4);
-  } else if (size != 0) {
-    at[0] = from[0];
-    at[size / 2] = from[size / 2];
-    at[size - 1] = from[size - 1];
+  } else if (size <= 16) {
+    std::memcpy(at, from, 8);
+    std::memcpy(at + size - 8, from + size - 8, 8);
+  } else {
+    std::memcpy(at, from, size);
   }
   return at + size;
 }
-
-// The first 500 characters, which hold most single values, need no heap.
-using TextBuffer = fmt::basic_memory_buffer<char, 500>;
 
 // Text is appended by writing it behind the end, where makeRoom() makes room for it, and setting the new end.
 class Text {
@@ -58,14 +54,6 @@ class Text {
 
   void append(std::string_view text) { end_ = copy(makeRoom(text.size()), text); }
 
-  // Has `write` append to the buffer itself.
-  template <typename Write>
-  void appendBy(Write write) {
-    buffer_.resize(size());
-    write(buffer_);
-    takeBuffer(buffer_.size());
-  }
-
   // What is appended from here on is `count` lines of much the same length.
   void expectLines(std::size_t count) {
     linesBegin_ = size();
@@ -80,11 +68,6 @@ class Text {
  private:
   std::size_t size() const { return static_cast<std::size_t>(end_ - buffer_.data()); }
 
-  void takeBuffer(std::size_t size) {
-    end_ = buffer_.data() + size;
-    limit_ = buffer_.data() + buffer_.capacity();
-  }
-
   // Takes memory for the lines to come as well, judging by those that are there.
   [[gnu::noinline]] void enlarge(std::size_t count) {
     constexpr std::size_t kMostInAdvance = 1 << 20;
@@ -93,12 +76,13 @@ class Text {
     const std::size_t others = line * (lines_ - std::min(lines_, linesDone_ + 1));
     buffer_.resize(used);
     buffer_.reserve(used + count + std::min(others + others / 4, kMostInAdvance));
-    takeBuffer(used);
+    end_ = buffer_.data() + used;
+    limit_ = buffer_.data() + buffer_.capacity();
   }
 
-  TextBuffer buffer_;
-  char* end_;    // of the text; the buffer's own size lags behind
-  char* limit_;  // of the room behind it
+  fmt::basic_memory_buffer<char, 500> buffer_;  // 500 hold most single values without the heap
+  char* end_;                                   // of the text; the buffer's own size lags behind
+  char* limit_;                                 // of the room behind it
   std::size_t linesBegin_ = 0;
   std::size_t lines_ = 0;
   std::size_t linesDone_ = 0;
