@@ -36,7 +36,7 @@ inline std::string printBuffer(std::uint32_t printKind, std::uint32_t dataType, 
 // A log of `entries` entries. Each has a descriptor of `units` units, or no header at all where that is 0, and a record
 // for every two letters of `tags`.
 inline std::string descriptorLog(std::uint32_t ringSize, std::uint32_t entries, std::uint32_t units,
-                                 std::string_view tags) {
+                                 std::string_view tags, std::uint32_t pcBits = 0xFFFFFFFF) {
   std::mt19937 random;
   zarn::inputs::LogWriter writer(ringSize);
   for (std::uint32_t entry = 0; entry < entries; ++entry) {
@@ -45,7 +45,7 @@ inline std::string descriptorLog(std::uint32_t ringSize, std::uint32_t entries, 
       writer.header(units);
       writer.descriptor(units * (tags == "ED" || tags == "GL" ? 64U : 128U));
     }
-    for (std::size_t i = 0; i < tags.size(); i += 2) writer.record(random(), tags.substr(i, 2));
+    for (std::size_t i = 0; i < tags.size(); i += 2) writer.record(random() & pcBits, tags.substr(i, 2));
   }
   return writer.log();
 }
