@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstring>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -71,8 +72,12 @@ std::string tamed(std::string format, bool isFloat) {
 }  // namespace
 
 PrintInput growPrint(Seed seed) {
-  const std::uint32_t kind = seed.byte() % 10;
-  const std::uint32_t dataType = seed.byte() % 9;
+  const auto field = [&seed](std::uint32_t valid) {  // mostly a valid one
+    const std::uint8_t byte = seed.byte();
+    return byte < 0xF0 ? byte % valid : byte & 0x1FU;
+  };
+  const std::uint32_t kind = field(9);
+  const std::uint32_t dataType = field(8);
   const std::uint8_t shape = seed.byte();
   Random random(seed.word(4));
   PrintBuffer print;
@@ -90,6 +95,7 @@ PrintInput growPrint(Seed seed) {
   for (std::size_t i = 0; i < print.data.size(); ++i) {
     auto& word = print.data[i];
     word = random() >> (i % 4 == 0 ? 0 : spread);
+    if (i % 8 == 5) word = i % 16 == 5 ? 0x80000000 : 0xFFFFFFFF;
     if (valueMayCount && word <= INT_MAX) word %= 1000;
   }
   format = tamed(std::move(format), dataType == 5 || dataType == 6);
@@ -108,17 +114,12 @@ constexpr std::string_view kTags[] = {"ED", "GL", "RB", "NP", "EL", "RL"};
 
 // What was in the ring before: zeros, anything, or records without entries.
 std::string oldRing(std::size_t ringSize, std::uint8_t kind, Random& random) {
-  std::string ring;
-  while (kind != 0 && ring.size() < ringSize) {
-    append(ring, random(), 4);
-    append(ring, random(), 2);
-    if (kind < 0xC0) {
-      append(ring, random(), 2);
-    } else {
-      ring += kTags[3 + random() % (kind % 3 + 1)];
-    }
+  std::string ring(ringSize, '\0');
+  for (std::size_t at = 0; kind != 0 && at + 8 <= ringSize; at += 8) {
+    const std::uint32_t words[] = {random(), random()};
+    std::memcpy(&ring[at], words, 8);
+    if (kind >= 0xC0) ring.replace(at + 6, 2, kTags[3 + random() % (kind % 3 + 1U)]);
   }
-  ring.resize(ringSize);
   return ring;
 }
 
@@ -169,9 +170,9 @@ std::string growLog(Seed seed) {
       damages.emplace_back(size - instruction % 8, 'S');
       damages.emplace_back(size - instruction % 8 + 1, 'T');
     } else if (instruction < 0xD0) {
-      const std::uint32_t start = seed.word(2);
-      planted.push_back({instruction % 16U, start < 0x8000 ? static_cast<std::uint32_t>(start % (size + 2)) : start,
-                         kTags[seed.byte() % 6]});
+      const std::uint8_t choice = seed.byte();
+      const auto start = choice < 0xC0 ? writer.start() : seed.word(2);
+      planted.push_back({instruction % 16U, static_cast<std::uint32_t>(start), kTags[choice % 6]});
     } else if (instruction < 0xF0) {
       const std::size_t at = seed.word(2) % size;
       damages.emplace_back(at, seed.byte());
@@ -186,4 +187,42 @@ std::string growLog(Seed seed) {
     if (at < size) put(log, at, byte, 1);
   }
   return log;
+}
+
+std::string growKernel(Seed seed) {
+  Random random(seed.word(2));
+  std::string kernel;
+  const auto appendMany = [&kernel](std::size_t count, std::uint64_t instruction, std::size_t length) {
+    for (std::size_t i = 0; i < count; ++i) append(kernel, instruction, length);
+  };
+  while (!seed.isEmpty() && kernel.size() < 2000) {
+    const std::uint8_t instruction = seed.byte();
+    const std::size_t count = instruction / 8;
+    switch (instruction % 8) {
+      case 0:
+        appendMany(count, random() & 0xFFFC, 2);
+        break;
+      case 1:
+        appendMany(count, (random() & 0xFFFFFFE0) | 0x13, 4);
+        break;
+      case 2:
+        appendMany(count, (random() & 0xFFFFFF80) | 0x5F, 4);
+        break;
+      case 3:
+        kernel += count % 4 == 0 ? "prot" : "pro";
+        break;
+      case 4:
+        append(kernel, random(), 1 + count % 4);
+        break;
+      default: {  // a bundle, full of the pattern or of what is nearly it, in the final slot too
+        constexpr std::uint32_t kOpcodes[] = {0x1F, 0x3B, 0x3F, 0x7F};
+        const std::uint32_t head = (random() & 0xFF80) | kOpcodes[count % 4];
+        append(kernel, head, 2);
+        const std::uint32_t pattern = 0xF9000040 ^ (count < 16 ? 0 : 1U << random() % 32);
+        for (std::uint32_t parcel = 0; parcel < count % 4 + 2; ++parcel) append(kernel, pattern, 4);
+        break;
+      }
+    }
+  }
+  return kernel;
 }

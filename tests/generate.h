@@ -34,3 +34,4 @@ struct PrintInput {
 
 PrintInput growPrint(Seed seed);
 std::string growLog(Seed seed);
+std::string growKernel(Seed seed);

@@ -86,6 +86,7 @@ class LogWriter {
 
   std::size_t ringSize() const { return log_.size() - 64; }
   std::size_t writeOffset() const { return at_; }
+  std::size_t start() const { return start_; }
 
   // Leaves bytes of the ring as they are.
   void skip(std::size_t count) { at_ = (at_ + count) % ringSize(); }

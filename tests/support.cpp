@@ -1,6 +1,8 @@
 #include "support.h"
 
 #include <malloc.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cstdio>
@@ -94,6 +96,15 @@ std::string AllocationLog::text() const {
 }
 
 std::size_t AllocationLog::lastSize() const { return lastArraySize; }
+
+GuardedBytes::GuardedBytes() : page_(static_cast<std::size_t>(sysconf(_SC_PAGESIZE))), bytes_(nullptr) {
+  void* memory = mmap(nullptr, 3 * page_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (memory == MAP_FAILED) std::abort();
+  bytes_ = static_cast<char*>(memory) + page_;
+  if (mprotect(bytes_, page_, PROT_READ | PROT_WRITE) != 0) std::abort();
+}
+
+GuardedBytes::~GuardedBytes() { munmap(bytes_ - page_, 3 * page_); }
 
 std::vector<std::vector<std::string>> readCases(const std::string& name, std::size_t fields) {
   std::ifstream file(CASES + ("/" + name));

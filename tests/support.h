@@ -56,5 +56,27 @@ class ExactBytes {
   std::unique_ptr<char[]> memory_;
 };
 
+// Memory whose first and last byte have nothing readable before and behind them, so that a stray access ends the program.
+class GuardedBytes {
+ public:
+  GuardedBytes();
+  ~GuardedBytes();
+  GuardedBytes(const GuardedBytes&) = delete;
+  GuardedBytes& operator=(const GuardedBytes&) = delete;
+
+  // Copies of at most a page; each call overwrites what the one before it wrote.
+  const char* atStart(std::string_view bytes) { return put(bytes, 0); }
+  const char* atEnd(std::string_view bytes) { return put(bytes, page_ - bytes.size()); }
+
+ private:
+  const char* put(std::string_view bytes, std::size_t at) {
+    if (!bytes.empty()) std::memcpy(bytes_ + at, bytes.data(), bytes.size());
+    return bytes_ + at;
+  }
+
+  std::size_t page_;
+  char* bytes_;
+};
+
 // The rows of a file in tests/cases, split at tabs into `fields` or more. Empty lines and those with '#' are not rows.
 std::vector<std::vector<std::string>> readCases(const std::string& name, std::size_t fields);
