@@ -142,10 +142,11 @@ std::string growLog(Seed seed) {
   const std::uint8_t sizes = seed.byte();
   const std::uint8_t ringKind = seed.byte();
   std::size_t size = 65 + seed.word(2) % (sizes < 0x80 ? 300 : 4000);
-  // Circles of a ring full of records take a long time in a big ring.
+  // Circles of many records take a long time in a big ring.
   if (sizes >= 0xE0 && ringKind < 0xC0) size += 65536 * (1 + sizes % 2);
   LogWriter writer(oldRing(size - 64, ringKind, random), seed.byte());
 
+  int records = size > 65536 ? 64 : 1000;  // that belong to no header
   std::uint32_t extraTotal = 0;
   std::vector<std::pair<std::size_t, std::uint8_t>> damages;
   struct Newest {
@@ -162,7 +163,7 @@ std::string growLog(Seed seed) {
       writer.skip(units * (instruction % 6 < 2 ? 64 : 128));
       writer.record(random(), tag);
     } else if (instruction < 0xA0) {
-      for (int i = instruction / 6 % 4; i >= 0; --i) writer.record(random(), tag);
+      for (int i = instruction / 6 % 4; i >= 0 && records > 0; --i, --records) writer.record(random(), tag);
     } else if (instruction < 0xB0) {
       writer.setStart(seed.word(2) % (size + 2));  // records to come refer to somewhere else
     } else if (instruction < 0xC0) {
