@@ -14,7 +14,7 @@ bool hasEdma(const void* kernel, std::int64_t length) {
     return (at < length ? bytes[at] : 0U) | (at + 1 < length ? bytes[at + 1] * 256U : 0U);
   };
   std::uint32_t parcels = 0;  // of the instruction at hand, behind its head
-  for (std::int64_t at = 0; at < length; at += 2 + 2 * parcels) {
+  for (std::int64_t at = 0; at < length; at += std::int64_t{2} + 2 * std::int64_t{parcels}) {
     const std::uint32_t head = parcel(at);
     parcels = 0;
     if ((head & 3) != 3) {
@@ -40,7 +40,7 @@ bool hasEdma(const void* kernel, std::int64_t length) {
     }
     const std::uint32_t slots = (head >> 7 & 3) + (head >> 9 & 3) + (head >> 15 << 1 | (head >> 11 & 1));
     if (parcels - slots != 2) continue;
-    const std::int64_t last = at + 2 + 2 * slots;
+    const std::int64_t last = at + 2 + 2 * std::int64_t{slots};
     if (((parcel(last) | parcel(last + 2) << 16) & 0xF9000040) == 0xF9000040) return true;
   }
   return false;

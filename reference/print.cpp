@@ -12,7 +12,7 @@ namespace {
 std::uint32_t word(const void* words, std::uint32_t index) {
   std::uint8_t bytes[4];
   std::memcpy(bytes, static_cast<const char*>(words) + std::size_t{4} * index, 4);
-  return bytes[0] | bytes[1] << 8 | bytes[2] << 16 | static_cast<std::uint32_t>(bytes[3]) << 24;
+  return bytes[0] | bytes[1] * 0x100U | bytes[2] * 0x10000U | bytes[3] * 0x1000000U;
 }
 
 PrintBufInfo headerOf(const void* buffer, const char* format) {

@@ -43,8 +43,8 @@ std::vector<Conversion> conversions(std::string_view format, bool isFloat, std::
 // --------------------------------------------------------------------------------------------------------------------
 // Descriptor logs. Records are shaped and allocated as the library's are, and given back by release().
 
-DescBufInfo* decodeNewest(const void* log, std::uint64_t size);                      // or null
-DescBufInfo** decodeAll(const void* log, std::uint64_t size, std::uint32_t* count);  // or null
+DescBufInfo* decodeNewest(const void* buffer, std::uint64_t size);                      // or null
+DescBufInfo** decodeAll(const void* buffer, std::uint64_t size, std::uint32_t* count);  // or null
 void release(DescBufInfo* record);
 void release(DescBufInfo** records, std::uint32_t count);
 

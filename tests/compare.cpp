@@ -76,7 +76,7 @@ std::string compareArrays(const void* log, std::uint64_t size) {
   }
   for (std::uint32_t i = 0; i < count && found != nullptr && difference.empty(); ++i) {
     difference = compareRecords(*found[i], *expected[i]);
-    if (!difference.empty()) difference = "entry " + std::to_string(i) + ": " + difference;
+    if (!difference.empty()) difference.insert(0, "entry " + std::to_string(i) + ": ");
   }
   if (expected != nullptr) reference::release(expected, expectedCount);
   if (found != nullptr) db_free_desc_buffer_info_array(found, static_cast<std::int32_t>(count));

@@ -54,17 +54,18 @@ std::string growFormat(Seed& seed) {
 
 // Widths and precisions that would be honoured are cut to three digits; those that give no text stay.
 std::string tamed(std::string format, bool isFloat) {
-  const auto all = zarn::reference::conversions(format, isFloat, 0);
-  for (auto conversion = all.rbegin(); conversion != all.rend(); ++conversion) {
-    if (conversion->isSilent || !conversion->takesValue) continue;
-    if (conversion->width <= 999 && conversion->precision <= 999) continue;
+  auto all = zarn::reference::conversions(format, isFloat, 0);
+  std::reverse(all.begin(), all.end());  // so that the places of those to come stay
+  for (const auto& conversion : all) {
+    if (conversion.isSilent || !conversion.takesValue) continue;
+    if (conversion.width <= 999 && conversion.precision <= 999) continue;
     std::string shortened;
     int digits = 0;
-    for (std::size_t i = conversion->begin; i < conversion->end; ++i) {
+    for (std::size_t i = conversion.begin; i < conversion.end; ++i) {
       digits = '0' <= format[i] && format[i] <= '9' ? digits + 1 : 0;
       if (digits <= 3) shortened += format[i];
     }
-    format.replace(conversion->begin, conversion->end - conversion->begin, shortened);
+    format.replace(conversion.begin, conversion.end - conversion.begin, shortened);
   }
   return format;
 }
@@ -87,7 +88,10 @@ PrintInput growPrint(Seed seed) {
   print.graphId = random();
   print.kernelId = random();
   print.instanceId = random();
-  for (auto& submask : print.submasks) submask = random() & random() & random();
+  for (auto& submask : print.submasks) {
+    submask = random();
+    submask &= random();
+  }
   print.formatOffset = shape % 4;
   const std::uint32_t spread = seed.byte() % 32;  // zero bits at the top of values
   auto format = growFormat(seed);
@@ -143,7 +147,7 @@ std::string growLog(Seed seed) {
   const std::uint8_t ringKind = seed.byte();
   std::size_t size = 65 + seed.word(2) % (sizes < 0x80 ? 300 : 4000);
   // Circles of many records take a long time in a big ring.
-  if (sizes >= 0xE0 && ringKind < 0xC0) size += 65536 * (1 + sizes % 2);
+  if (sizes >= 0xE0 && ringKind < 0xC0) size += sizes % 2 == 0 ? 0x10000 : 0x20000;
   LogWriter writer(oldRing(size - 64, ringKind, random), seed.byte());
 
   int records = size > 65536 ? 64 : 1000;  // that belong to no header

@@ -97,7 +97,7 @@ std::string AllocationLog::text() const {
 
 std::size_t AllocationLog::lastSize() const { return lastArraySize; }
 
-GuardedBytes::GuardedBytes() : page_(static_cast<std::size_t>(sysconf(_SC_PAGESIZE))), bytes_(nullptr) {
+GuardedBytes::GuardedBytes() : page_(static_cast<std::size_t>(sysconf(_SC_PAGESIZE))) {
   void* memory = mmap(nullptr, 3 * page_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (memory == MAP_FAILED) std::abort();
   bytes_ = static_cast<char*>(memory) + page_;

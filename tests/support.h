@@ -75,7 +75,7 @@ class GuardedBytes {
   }
 
   std::size_t page_;
-  char* bytes_;
+  char* bytes_ = nullptr;
 };
 
 // The rows of a file in tests/cases, split at tabs into `fields` or more. Empty lines and those with '#' are not rows.
