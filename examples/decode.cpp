@@ -2,8 +2,10 @@
 #include <zarn_utility.h>
 
 #include <cinttypes>
+#include <cstdint>
 #include <cstdio>
 #include <fstream>
+#include <ios>
 #include <iterator>
 #include <string>
 

@@ -8,9 +8,9 @@
 #include <cstdlib>
 #include <string>
 
-#include "compare.h"
-#include "reference.h"
-#include "support.h"
+#include "compare.h"    // IWYU pragma: export
+#include "reference.h"  // IWYU pragma: export
+#include "support.h"    // IWYU pragma: export
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 

@@ -1,5 +1,9 @@
 // Kernel binaries: the scan, and the checksum, of the bytes as they are, and of instructions that they grow into.
 
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
 #include "fuzz.h"
 #include "generate.h"
 

@@ -1,7 +1,11 @@
 // Descriptor logs: records, arrays and both reports.
 
+#include <cstddef>
+#include <cstdint>
+
 #include "fuzz.h"
 #include "generate.h"
+#include "zarn_utility.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static Share share{"decoded"};

@@ -1,5 +1,8 @@
 // Print buffers with any header and any format.
 
+#include <cstddef>
+#include <cstdint>
+
 #include "fuzz.h"
 #include "generate.h"
 

@@ -1,8 +1,12 @@
 // Runs a fuzz target on files, with any compiler: replay DIRECTORY
 
+#include <cstdint>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <ios>
 #include <iterator>
+#include <string>
 
 #include "fuzz.h"
 

@@ -1,5 +1,7 @@
 // Kernel binaries: the scan parcel by parcel, and xxHash's own XXH64.
 
+#include <cstddef>
+#include <cstdint>
 #define XXH_INLINE_ALL
 #include <xxhash.h>
 

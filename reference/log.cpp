@@ -11,8 +11,11 @@
 //     are dropped, and a slot that no record fills is 0.
 
 #include <algorithm>
+#include <cstdint>
+#include <vector>
 
 #include "reference.h"
+#include "zarn_utility.h"
 
 namespace zarn::reference {
 namespace {

@@ -9,6 +9,10 @@
 //   - "%a" and "%A" of a float with a precision above INT_MAX - 9.
 
 #include <climits>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
 
 #include "reference.h"
 

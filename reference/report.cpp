@@ -1,10 +1,16 @@
 // Records of descriptor logs as text.
 
+#include <cstdint>
 #include <iomanip>
+#include <ios>
 #include <locale>
+#include <optional>
+#include <ostream>
 #include <sstream>
+#include <string>
 
 #include "reference.h"
+#include "zarn_utility.h"
 
 namespace zarn::reference {
 namespace {

@@ -4,6 +4,7 @@
 // The tables are counted, so that none of their rows can be lost unnoticed.
 
 #include <cstddef>
+#include <cstdint>
 #include <iterator>
 #include <type_traits>
 

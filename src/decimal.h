@@ -4,6 +4,7 @@
 #include <array>
 #include <bit>
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -44,7 +45,8 @@ inline constexpr auto kDigitCountAddends = [] {
 
 // How many digits writeDecimal() writes: 1 to 10.
 constexpr unsigned decimalDigits(std::uint32_t number) {
-  return static_cast<unsigned>((number + detail::kDigitCountAddends[std::bit_width(number | 1)]) >> 32);
+  return static_cast<unsigned>(
+      (number + detail::kDigitCountAddends[static_cast<std::size_t>(std::bit_width(number | 1))]) >> 32);
 }
 
 // Writes a number so that it ends at `end`, and returns its beginning.

@@ -3,6 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
 #include "inputs.h"
 #include "support.h"
 #include "zarn_utility.h"

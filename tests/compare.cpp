@@ -1,6 +1,10 @@
 #include "compare.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
 
 #include "reference.h"
 #include "support.h"

@@ -4,11 +4,17 @@
 #include <sys/mman.h>
 
 #include <cctype>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
 #include <fstream>
+#include <ios>
 #include <iterator>
 #include <memory>
 #include <numeric>
 #include <sstream>
+#include <string>
 #include <vector>
 
 #include "desc/report.h"

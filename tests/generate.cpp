@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -33,7 +36,7 @@ class Random {
 std::string growFormat(Seed& seed) {
   constexpr std::string_view kParts[] = {
       "%",           "%1$", "%2$", "%0$",        "%%",         "*",          ".",
-      ".*",          "h",   "hh",  "l",          "ll",         "L",          "jz",
+      ".*",          "h",   "hh",  "l",          "ll",         "L",          "%.2147483647A",
       "t",           "d",   "i",   "u",          "x",          "X",          "o",
       "c",           "s",   "p",   "a",          "A",          "e",          "E",
       "f",           "F",   "g",   "G",          "n",          "%d",         "%u",

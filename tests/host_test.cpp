@@ -1,8 +1,9 @@
-// The shared object in a program of its own: on many threads while the locale changes, with an operator new that throws,
-// and in a backtrace.
+// The shared object in a program of its own: on many threads while the locale changes, with an operator new that
+// throws, and in a backtrace.
 
 #include <execinfo.h>
 #include <gtest/gtest.h>
+#include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
 

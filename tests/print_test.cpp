@@ -2,11 +2,17 @@
 
 #include <gtest/gtest.h>
 #include <locale.h>
+#include <stdlib.h>
 
 #include <algorithm>
 #include <bit>
 #include <climits>
+#include <clocale>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <locale>
+#include <string>
 #include <thread>
 #include <vector>
 

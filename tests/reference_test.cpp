@@ -2,7 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
 #include <random>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "compare.h"
 #include "generate.h"

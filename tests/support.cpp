@@ -5,11 +5,15 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <new>
 #include <sstream>
+#include <string>
+#include <vector>
 
 namespace {
 

@@ -7,7 +7,9 @@
 #include <cstdio>
 #include <functional>
 #include <memory>
+#include <string>
 #include <string_view>
+#include <utility>
 
 #include "input.h"
 #include "json.h"

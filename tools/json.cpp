@@ -3,14 +3,18 @@
 #include <array>
 #include <bit>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <nlohmann/json.hpp>
+#include <string>
+#include <utility>
 
 #include "out_of_memory.h"
 #include "output.h"
+#include "zarn_utility.h"
 
 namespace tool {
 namespace {

@@ -5,7 +5,6 @@
 #include <zarn_utility.h>
 
 #include <cstddef>
-#include <cstdint>
 #include <string>
 
 namespace tool {

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <new>
+#include <string>
 #include <utility>
 
 namespace tool {

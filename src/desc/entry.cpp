@@ -1,5 +1,14 @@
 #include "entry.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <utility>
+
+#include "../little_endian.h"
+#include "log.h"
+
 namespace zarn::desc {
 namespace {
 

@@ -1,5 +1,15 @@
 #include "record.h"
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "../little_endian.h"
+#include "entry.h"
+#include "log.h"
+#include "zarn_utility.h"
+
 namespace zarn::desc {
 namespace {
 

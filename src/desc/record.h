@@ -1,9 +1,12 @@
 // Decoded entries as the records that the exported interface hands out.
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <vector>
 
 #include "entry.h"
+#include "log.h"
 #include "zarn_utility.h"
 
 namespace zarn::desc {

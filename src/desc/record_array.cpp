@@ -1,9 +1,13 @@
 // All entries of a log as records, from the newest backwards.
 
 #include <algorithm>
+#include <cstdint>
 #include <memory>
 
+#include "entry.h"
+#include "log.h"
 #include "record.h"
+#include "zarn_utility.h"
 
 DescBufInfo** db_get_desc_buffer_info_array(const void* buffer, std::uint64_t size, std::uint32_t* count) {
   using namespace zarn::desc;

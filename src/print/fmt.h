@@ -6,11 +6,12 @@
 #define FMT_ASSERT(condition, message) ((void)0)
 #define FMT_THROW(error) ((void)sizeof(error))
 
-// No digits are grouped, whatever std::locale the process has set. {fmt} then leaves std::locale out, which is a third of
-// a library with a static C++ run-time.
+// No digits are grouped, whatever std::locale the process has set. {fmt} then leaves std::locale out, which is a third
+// of a library with a static C++ run-time.
 #define FMT_STATIC_THOUSANDS_SEPARATOR '\0'
 
-#include <fmt/format.h>
-#include <fmt/printf.h>
+#include <fmt/core.h>    // IWYU pragma: export
+#include <fmt/format.h>  // IWYU pragma: export
+#include <fmt/printf.h>  // IWYU pragma: export
 
 static_assert(FMT_VERSION >= 70100 && FMT_VERSION < 80000, "the texts are those of {fmt} 7");

@@ -1,7 +1,9 @@
 #include "format_parser.h"
 
 #include <climits>
+#include <cstddef>
 #include <optional>
+#include <string_view>
 
 namespace zarn::print {
 namespace {

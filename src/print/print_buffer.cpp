@@ -1,5 +1,11 @@
 #include "print_buffer.h"
 
+#include <cstddef>
+#include <cstdint>
+
+#include "../little_endian.h"
+#include "zarn_utility.h"
+
 namespace zarn::print {
 namespace {
 

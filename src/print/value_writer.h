@@ -1,6 +1,7 @@
 // Values written by the pieces of a format.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "format_parser.h"

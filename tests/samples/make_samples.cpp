@@ -1,5 +1,6 @@
 // Writes the sample files that stand beside this program: make_samples DIRECTORY
 
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <cstdio>
@@ -7,6 +8,7 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "inputs.h"
