@@ -2,32 +2,34 @@
  * zarn_utility.h - decoders for what a Zarn compute processor leaves behind
  *
  * One header for C (C99 and later) and C++. Every function is a complete operation on memory that the caller hands it:
- * the library does no input or output, keeps no global state and remembers nothing between calls.
+ * the library does no input or output, keeps no global state and remembers nothing between calls. What the inputs look
+ * like byte by byte, and what each line of a text tells, is in docs/formats.md of the source and of the installation.
  *
- * Holds for every function:
+ * This holds for every function:
  *
- *   Threads     Any number of threads may call any function at once, on the same input too: input is only read.
- *   Alignment   No buffer needs any alignment.
- *   Byte order  All multi-byte values of the device formats are little-endian.
- *   Failure     Is told by the return value alone. Nothing is logged, no error code is kept, nothing is thrown. A
- *               failed allocation ends the process.
- *   Ownership   What a db_get_* function returns belongs to the caller, who gives it back through the db_free_*
- *               function named beside it. Inputs stay the caller's.
- *   Locale      Texts are the same whatever locale the process has set: ASCII digits, a '.', no grouping.
+ *   Threads      Any number of threads may call any function at once, even on the same input: input is only read. It
+ *                must not change during a call; copy what a device or another process still writes to.
+ *   Alignment    No input needs any alignment.
+ *   Ownership    What a db_get_* function returns belongs to the caller, who gives it back through the db_free_*
+ *                function named beside it. Inputs stay the caller's.
+ *   Failure      is reported by the return value alone. Nothing is logged, no error code is kept, nothing is thrown.
+ *   Allocation   A failed allocation ends the process, even where operator new throws. Format strings and damaged logs
+ *                decide how much memory a text takes (see the functions): decode input that you don't trust in a child
+ *                process with a memory limit.
+ *   Locale       Texts are the same whatever locale the process has set: ASCII digits, a '.', no grouping.
  *
- * What is trusted, and what is not:
+ * Trusted: the sizes that the caller gives; and that the string table holds a NUL at or after the format offset.
+ * Not trusted: the contents of print buffers, logs and kernel binaries, and format strings. Any bytes are decoded or
+ * rejected, and nothing outside the given sizes is read.
  *
- *   contents of buffers, logs and binaries   not trusted: any bytes are decoded or rejected, and nothing outside the
- *                                            given range is read
- *   sizes that the caller gives              trusted: that much memory can be read
- *   string table                             trusted to hold a NUL at or after the format offset; nothing before that
- *                                            offset and behind that NUL is read
- *   format strings                           not trusted: any format gives some text; but widths and precisions are
- *                                            honoured, so the text grows with them, up to 2 GiB a value
- *   null pointers                            buffers, logs, binaries of no bytes and string tables may be null, and so
- *                                            may what a db_free_* function's argument points at, but for
- *                                            db_free_desc_buffer_info(), and an array to free with a count of 0; no
- *                                            other pointer may
+ * These pointers may be null, and no others:
+ *
+ *   - buffer and stringTable, of every function that takes them
+ *   - bytes, where length is 0 (clc_bin_has_edma_instr(): below 1)
+ *   - the caller's pointer whose address db_free_print_buffer_info(), db_free_printf_string() or db_free_desc_string()
+ *     takes (not for db_free_desc_buffer_info())
+ *   - array of db_free_desc_buffer_info_array(), where count is below 1
+ *   - the array pointers of a record that is released
  */
 #ifndef ZARN_UTILITY_H
 #define ZARN_UTILITY_H
@@ -64,33 +66,8 @@ extern "C" {
 
 /*
  * A print buffer is what one print statement of a kernel leaves behind: a header, 128 value words, and the place of its
- * format string in a table of NUL-terminated strings that is kept apart from the buffer (the string table).
- *
- *   offset  width  field
- *        0      4  header word, not zero: bits 0-4 print kind (0-8), bits 6-10 data type (0-7), other bits ignored
- *        4      4  time stamp of the print, in the device's own unit
- *        8      4  size as the device reports it; shown, never compared with the buffer's real size
- *       12      4  graph id
- *       16      4  kernel id
- *       20      4  instance id
- *       24     16  four thread submask words; thread t owns bits 2*(t%16) and 2*(t%16)+1 of word t/16
- *       40      4  offset of the format string in the string table, in bytes
- *       44    512  128 value words
- *      556     64  reserved, never read, but part of the minimum size
- *
- *   print kind   0  1  2  3  4  5  6  7  8
- *   print type   0  0  1  1  0  2  3  3  1
- *
- *   print type                   value words used
- *   0  masked threads            word t for each thread t with a bit of its pair set; 64-bit data: also word 64+t
- *   1  single value              word 0
- *   2  pads only                 words 0-63: eight pads (L0 L1 R0 R1 U0 U1 D0 D1) of eight values
- *   3  all threads and pads      words 0-63 for threads 0-63, words 64-127 for the pads
- *
- *   data type                    value
- *   3, 4                         64 bits, the low half in word t, the high half in word 64+t
- *   5, 6                         IEEE 754 binary32
- *   0, 1, 2, 7                   unsigned 32-bit integer
+ * format string in a table of NUL-terminated strings that is kept apart from the buffer (the string table). The print
+ * type, 0 to 3, says which of the value words are shown; docs/formats.md has the layout.
  */
 
 /* Smallest print buffer that is decoded, in bytes. */
@@ -154,8 +131,31 @@ ZARN_UTILITY_API void db_free_print_buffer_info(PrintBufInfo** info);
 /*
  * db_get_printf_string() - render a print buffer as text
  *
- * Nine header lines (identifiers, time stamp, size, submasks), then the device's format string applied to each value by
- * itself, one line a value. Lines end in "\n".
+ * Nine header lines, then the device's format string applied to each value by itself. With the format "v=%u":
+ *
+ *   Graph Id: 1               submask0: 0x5          (always)
+ *   Kernel Id: 2              submask1: 0x0
+ *   Instance Id: 3            submask2: 0x0
+ *   Current time: 1000        submask3: 0x0
+ *   Total size: 620
+ *
+ *   thread_0: v=7             print type 0, masked threads: one line for each thread that is present
+ *
+ *   thread_2:                 print type 0 with 64-bit data: the format applied to each half of the value
+ *   low 32 bits:
+ *   v=16
+ *   high 32 bits:
+ *   v=1
+ *
+ *   v=7                       print type 1, single value; of 64-bit data the low word alone
+ *
+ *   L0_0: v=7                 print type 2, pads only: 64 lines, L0_0 to L0_7, then L1, R0, R1, U0, U1, D0, D1
+ *
+ *   thread_0: v=7             print type 3, all threads and pads: 64 lines of either kind; of 64-bit data the low words
+ *   ...                       alone
+ *   D1_7: v=7
+ *
+ * (The nine header lines stand one below the other.) Every line ends in "\n".
  *
  * buffer, bufferSize, stringTable, stringTableSize  as for db_get_print_buffer_info()
  *
@@ -163,14 +163,19 @@ ZARN_UTILITY_API void db_free_print_buffer_info(PrintBufInfo** info);
  * one; or null in the cases in which db_get_print_buffer_info() returns null.
  *
  * The format follows {fmt} 7's printf rules, with one argument: an unsigned 32-bit integer, or a float for data types 5
- * and 6; a 64-bit value is shown as its two halves. A conversion that does not suit the argument, or has no argument
- * left, never stops the decode; it gives whatever {fmt} gives, mostly nothing. No text comes from a conversion that
- * breaks off after a length modifier, has argument index 0, or has an index, width or precision beyond INT_MAX (a '*'
- * that takes such a value included). Other widths and precisions are honoured as {fmt} does: up to 2 GiB of text a
- * value. '%c' of 0 puts a NUL into the text, and strlen() then ends there.
+ * and 6. No format stops the decode:
+ *
+ *   - A conversion that does not suit an integer ('%s' of 7), or has no argument left, gives no text. A float is written
+ *     whatever the conversion ('%d', '%x' and '%s' of 1.5 give 1.5).
+ *   - A conversion gives no text if it breaks off after a length modifier, has argument index 0, has an index, width or
+ *     precision above INT_MAX (even one that '*' takes from the value), or is '%a' or '%A' of a float with a precision
+ *     above INT_MAX - 9.
+ *   - Other widths and precisions are honoured: up to 2 GiB of text for one conversion, of which a format can have any
+ *     number.
+ *   - '%c' puts the lowest byte of the word into the text. If it is 0, strlen() of the text ends there.
  *
  * Not checked: that the string table holds a NUL at or after the format offset. The format is read up to that NUL, and
- * the caller sees to it that there is one inside the table.
+ * the caller makes sure that there is one inside the table.
  */
 ZARN_UTILITY_API char* db_get_printf_string(const void* buffer, size_t bufferSize, const char* stringTable,
                                             size_t stringTableSize);
@@ -187,46 +192,38 @@ ZARN_UTILITY_API void db_free_printf_string(char** text);
 /* ============================================================================================================== */
 
 /*
- * A descriptor log is a ring of bytes, R = size - 64 of them, and a 64-byte trailer behind it. R has 32 bits, and a log
- * above 4 GiB for which that makes it 0 has no entries. For every descriptor
- * that it issues, the device appends an entry to the ring: a header, the descriptor, and one or more 8-byte records.
+ * A descriptor log is a ring of bytes, R = size - 64 of them, followed by a 64-byte trailer. For every descriptor that
+ * it issues, the device appends an entry to the ring: a header, the descriptor, and one or more 8-byte records. An eDMA,
+ * GLSU or plain RingBufferATE entry has one record; other RingBufferATE entries have next-pointer, end and release
+ * records in any number. docs/formats.md has the layout, and how an entry is found.
  *
- *   trailer offset  width  field
- *                0      2  write offset W: the ring position just behind the newest record
- *                2      2  not read
- *                4      4  total descriptor log bytes used
- *                8     56  not read
+ * R is computed in 32 bits. A log of more than 4 GiB for which it is 0 has no entries.
  *
- *   record offset   width  field
- *                0      4  PC: the device program counter that the record belongs to
- *                4      2  start offset: where the header of the record's entry lies, in bytes from the buffer's start
- *                6      2  tag: "ED" eDMA, "GL" GLSU, "RB" RingBufferATE; and for a RingBufferATE entry with
- *                          ring-buffer records "NP" next pointer, "EL" end, "RL" release
+ * The device overwrites the oldest bytes of the ring, so a log may hold anything. For any bytes and any size, every
+ * record that is returned keeps these promises:
  *
- *   header offset   width  field
- *                0      2  "ST"
- *                2      2  descriptor length in units of 128 bytes (RingBufferATE) or 64 bytes (eDMA, GLSU)
- *                4         the descriptor, which goes on at ring position 0 where the ring ends
- *
- * The oldest bytes of a ring are overwritten, so a log may hold anything. For any bytes and any size these functions
- * read nothing outside the buffer, and every record they return holds: valid is 1; exactly one of isEdma, isGlsu and
- * isRingBufferAte is 1; no array pointer is null; each array has exactly as many elements as its count says; a has-flag
- * is 1 exactly when its count is not 0; the three counts add up to at most R / 8 + 1; descSize is at most size - 76, or
- * below 8 MiB where size is below 76; without a descriptor, descSize is 0 and pc is 0xFFFFFFFF.
+ *   - valid is 1, and exactly one of isEdma, isGlsu and isRingBufferAte is 1;
+ *   - no array pointer is null, and each array has exactly as many elements as its count says;
+ *   - a has-flag is 1 exactly when its count is not 0;
+ *   - the three counts add up to at most R / 8 + 1;
+ *   - descSize is at most size - 76, or below 8 MiB where size is below 76;
+ *   - where there is no descriptor header, descSize is 0 and pc is 0xFFFFFFFF.
  */
 
 /* One decoded entry of a descriptor log. */
 typedef struct DescBufInfo {
   uint8_t valid;           /* 1 */
-  uint8_t overSized;       /* 1 when the trailer's total log bytes used differ from its write offset */
+  uint8_t overSized;       /* 1 when totalLogUsed is not the trailer's write offset: more was logged than the ring
+                              shows, or the trailer is damaged */
   uint8_t isEdma;          /* the newest record's tag is "ED" */
   uint8_t isGlsu;          /* "GL" */
   uint8_t isRingBufferAte; /* "RB", "NP", "EL" or "RL" */
   uint8_t hasRbNextPtr;    /* there are next-pointer records */
   uint8_t hasRbEnd;        /* there are end records */
   uint8_t hasRbRelease;    /* there are release records */
-  uint32_t totalLogUsed;   /* as the trailer has it */
-  uint32_t pc;             /* 0xFFFFFFFF when the entry has no descriptor header */
+  uint32_t totalLogUsed;   /* the trailer's total of descriptor log bytes used */
+  uint32_t pc;             /* of the newest record; where that is a next-pointer, end or release record, the word of
+                              the eight bytes in front of the entry's header; 0xFFFFFFFF without such a header */
   uint32_t descSize;       /* bytes in desc */
   uint8_t* desc;           /* the descriptor */
   uint32_t rbNextPtrCount; /* elements of rbNextPtrPcs */
@@ -273,9 +270,9 @@ ZARN_UTILITY_API void db_free_desc_buffer_info(DescBufInfo** info);
  * when buffer is null or size is below 65.
  *
  * Cost: entries of a damaged log can refer to each other in a circle, and the walk then decodes the same bytes again,
- * up to R / 76 times. With n = R / 8 ring-buffer records in each, time and memory grow with the square of the log: at
- * most R / 76 records of R / 8 + 1 PCs, that is R * R / 152 bytes and a little more. A log of 64 KiB that holds nothing
- * but end records took 28 MB and some 40 ms on the machine it was measured on.
+ * up to R / 76 times. Time and memory therefore grow with the square of the log: at most R / 76 records, with at most
+ * R / 8 + 1 PCs of 4 bytes each and descriptors of less than 2 * size bytes in all. A log of 64 KiB that holds nothing
+ * but release records gives 862 records with 28 MB of PCs.
  */
 ZARN_UTILITY_API DescBufInfo** db_get_desc_buffer_info_array(const void* buffer, uint64_t size, uint32_t* count);
 
@@ -292,6 +289,24 @@ ZARN_UTILITY_API void db_free_desc_buffer_info_array(DescBufInfo** array, int32_
 /*
  * db_get_desc_string() - report on the newest entry of a descriptor log
  *
+ *   (empty line)
+ *   Total Descriptor log used(bytes) : 412
+ *   Descriptor is over sized : no
+ *   PC : 608                               4294967295 where there is no descriptor header
+ *   Type: RingBufferATE                    or eDMA, GLSU
+ *   Size: 36                               of the descriptor, in bytes
+ *   Descriptor Table:                      its bytes in hexadecimal, 32 in a row
+ *    10 11 12 13 14 15 16 17 ...
+ *    30 31 32 33
+ *   (empty line)
+ *   RB_next_PTR: yes                       this and what follows for RingBufferATE entries only
+ *   qel_rb_next_ptr PC[0] : 320            PCs of the next-pointer records, oldest first
+ *   qel_rb_next_ptr PC[1] : 352
+ *   (empty line)
+ *   RB_end: no                             end records: qel_rb_end PC[0] : ...
+ *   (empty line)
+ *   RB_release: no                         release records: qel_rb_release PC[0] : ...
+ *
  * buffer, size  as for db_get_desc_buffer_info()
  *
  * Returns the NUL-terminated report to give back with db_free_desc_string(), in an array of exactly its length plus
@@ -302,13 +317,22 @@ ZARN_UTILITY_API char* db_get_desc_string(const void* buffer, uint64_t size);
 /*
  * db_get_desc_string_array() - report on all entries of a descriptor log, newest first
  *
+ * The first three lines of the report above, then for each entry:
+ *
+ *   (empty line)
+ *   DescBufInfo 0 in Array :
+ *   PC: 608                                no blank before the colon
+ *   Type: RingBufferATE                    and all that follows above, but with
+ *   qel_next_ptr PC[0] : 320               for next pointers
+ *
  * buffer, size  as for db_get_desc_buffer_info_array()
  *
  * Returns the NUL-terminated report to give back with db_free_desc_string(), in an array of exactly its length plus
  * one. Never null: where nothing can be decoded the text is empty.
  *
- * Cost: the text of a damaged log may have up to R * R / 608 lines with a PC each, and lies in memory twice for a
- * moment. A log of 64 KiB that holds nothing but end records gave 168 MB of text.
+ * Cost: as for db_get_desc_buffer_info_array(), with a line of up to 37 characters for each PC (rings of up to 64 KiB).
+ * A log of 64 KiB that holds nothing but release records with ten-digit PCs gives 260 MB of text; beside the text itself
+ * the call needs less than a megabyte for it.
  */
 ZARN_UTILITY_API char* db_get_desc_string_array(const void* buffer, uint64_t size);
 
@@ -337,9 +361,13 @@ ZARN_UTILITY_API uint64_t clc_bin_compute_checksum(const void* bytes, uint64_t l
 /*
  * clc_bin_has_edma_instr() - whether a kernel binary contains an eDMA instruction
  *
- * Walks the instruction stream from its first byte up to the first eDMA instruction, the stop marker ("prot" where an
- * instruction begins, with at least one byte behind it), or the end. An eDMA instruction is the final slot of a bundle,
- * two parcels (32 bits) wide, with bits 6, 24, 27, 28, 29, 30 and 31 set.
+ * The binary is a stream of instructions made of 16-bit parcels. The first parcel of an instruction tells its length:
+ * a short has one parcel, a word two, a bundle two to twelve. Behind its first parcel a bundle holds four slots, of
+ * which the final one is an eDMA instruction when it is exactly two parcels (32 bits) wide and has bits 6, 24, 27, 28,
+ * 29, 30 and 31 set. Words, and the other slots of a bundle, never count.
+ *
+ * The scan ends at the first eDMA instruction, at the stop marker ("prot" where an instruction begins, with at least one
+ * byte behind it), or at the end of the binary.
  *
  * bytes   the binary; may be null when length is below 1
  * length  its size in bytes

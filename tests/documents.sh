@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# The transcripts in the documents are what the tool prints: documents.sh TOOL...
+# The transcripts in the documents are what the tool prints, and docs/design.md lists the names of all behaviour that the
+# code marks as deliberate: documents.sh TOOL...
 set -u
 cd "$(dirname "$0")/.." || exit 2
 tool=("$@")
@@ -15,4 +16,7 @@ for document in README.md docs/formats.md; do
   done) || status=1
   grep -q '^\$ ' <<<"$transcripts" || { echo "$document has no transcript"; status=1; }
 done
+
+diff -u <(grep -rhoP 'Deliberate \(design\.md, "\K[^"]+' src | sort -u) \
+  <(sed -n 's/^- \*\*\(.*\)\*\*.*/\1/p' docs/design.md | sort) || status=1
 exit $status

@@ -46,7 +46,8 @@ class Log {
   // here, as on the device. In a ring whose length does not divide 2^32, -2 is therefore not the last position but one.
   std::uint32_t ring(std::uint32_t position) const { return position < ringSize_ ? position : position % ringSize_; }
 
-  // The bytes from ring(position) on. Words read there continue in the buffer, not in the ring: up to 64 bytes are
+  // The bytes from ring(position) on.
+  // Deliberate (design.md, "Words past the end"): words continue in the buffer, not in the ring. Up to 64 bytes are
   // readable even behind the ring's last byte, in the trailer.
   const std::uint8_t* at(std::uint32_t position) const { return bytes_ + ring(position); }
 
