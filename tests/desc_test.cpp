@@ -239,7 +239,7 @@ TEST(DescReport, SaysExactlyWhatTheRecordHolds) {
   const DescBufInfo odd{1, 2, 1, 1, 2, 3, 2, 2, kMost, kMost, 0, {}, 0, {}, 1, seven, 0, {}};
   const DescBufInfo huge{1, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0x80000000, {}, kMost, {}, kMost, {}, kMost, {}};
   const DescBufInfo second{1, 0, 0, 0, 1, 1, 1, 0, 0, 608, 3, three, 2, next, 1, end, 0, {}};
-  const DescBufInfo numbers{1, 0, 0, 0, 1, 2, 3, 3, 0, 1, 13, thirteen, 0, {}, 0, {}, 20, ofEachLength};
+  const DescBufInfo numbers{1, 0, 2, 2, 1, 2, 3, 3, 0, 1, 13, thirteen, 0, {}, 0, {}, 20, ofEachLength};
   const DescBufInfo invalid{2, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, {}, 0, {}, 0, {}, 0, {}};
   const std::string found = "=== next pointers and a second row" + report(ringBuffer) + "=== eDMA" + report(edma) +
                             "=== type flags and overSized count when exactly 1, has-flags by their lowest bit" +
