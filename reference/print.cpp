@@ -38,18 +38,6 @@ std::string fmtText(std::string_view format, bool isFloat, std::uint32_t word) {
   return isFloat ? fmt::sprintf(fmtFormat, std::bit_cast<float>(word)) : fmt::sprintf(fmtFormat, word);
 }
 
-// Of a format with any conversions: the silent ones are replaced.
-std::string valueText(std::string_view format, bool isFloat, std::uint32_t word) {
-  std::string replaced;
-  std::size_t copied = 0;
-  for (const auto& conversion : conversions(format, isFloat, word)) {
-    if (!conversion.isSilent) continue;
-    replaced.append(format, copied, conversion.begin - copied).append(conversion.replacement);
-    copied = conversion.end;
-  }
-  return fmtText(replaced.append(format, copied), isFloat, word);
-}
-
 // `valueText` makes the text of one value.
 template <typename ValueText>
 std::string render(const PrintBufInfo& info, ValueText valueText) {
@@ -82,6 +70,18 @@ std::string render(const PrintBufInfo& info, ValueText valueText) {
 }
 
 }  // namespace
+
+// The silent conversions are replaced.
+std::string valueText(std::string_view format, bool isFloat, std::uint32_t word) {
+  std::string replaced;
+  std::size_t copied = 0;
+  for (const auto& conversion : conversions(format, isFloat, word)) {
+    if (!conversion.isSilent) continue;
+    replaced.append(format, copied, conversion.begin - copied).append(conversion.replacement);
+    copied = conversion.end;
+  }
+  return fmtText(replaced.append(format, copied), isFloat, word);
+}
 
 std::optional<PrintBufInfo> printHeader(const void* buffer, std::size_t size, const char* stringTable,
                                         std::size_t stringTableSize) {

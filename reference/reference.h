@@ -24,6 +24,9 @@ std::optional<PrintBufInfo> printHeader(const void* buffer, std::size_t size, co
 std::optional<std::string> printText(const void* buffer, std::size_t size, const char* stringTable,
                                      std::size_t stringTableSize);
 
+// Of one value, without a line end.
+std::string valueText(std::string_view format, bool isFloat, std::uint32_t word);
+
 // The text of a buffer that is accepted, with a format in which no conversion is silent: {fmt} takes the device's format
 // as it is. It is what benchmarks race, without the search for silent conversions that {fmt} itself has no part in.
 std::string printTextAsItIs(const void* buffer, const char* format);

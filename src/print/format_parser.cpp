@@ -181,7 +181,7 @@ class FormatParser {
     return length;
   }
 
-  void settleInteger(Conversion& to, char type, Length length) {
+  static void settleInteger(Conversion& to, char type, Length length) {
     if (std::string_view("diuLxXobBc").find(type) == std::string_view::npos) return;
     to.kind = Conversion::Kind::kInteger;
     to.type = type;
@@ -201,7 +201,7 @@ class FormatParser {
 
   // Deliberate (design.md, "Floats by %g"): so {fmt} writes them where the type does not suit a float or is missing, %d
   // and %s among them. "%L" would have it take the host's locale.
-  void settleFloat(Conversion& to, char type) {
+  static void settleFloat(Conversion& to, char type) {
     const bool isHex = type == 'a' || type == 'A';
     if (isHex && to.precision > kMaxHexFloatPrecision) return;
     const bool suits = type != '\0' && std::string_view("eEfFgGaA").find(type) != std::string_view::npos;

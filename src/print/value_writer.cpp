@@ -39,7 +39,7 @@ char* writeHex(char* at, std::uint32_t number) {
   digits = (digits | digits << 4) & 0x0F0F0F0F0F0F0F0F;
   const std::uint64_t isLetter = (digits + 6 * kEach) >> 4 & kEach;
   digits += '0' * kEach + ('a' - '9' - 1) * isLetter;
-  const int count = (std::bit_width(number | 1) + 3) / 4;
+  const unsigned count = (static_cast<unsigned>(std::bit_width(number | 1)) + 3) / 4;
   digits <<= 64 - 8 * count;
   for (int i = 0; i < 8; ++i) at[i] = static_cast<char>(digits >> (56 - 8 * i));
   return at + count;
