@@ -17,7 +17,7 @@ namespace detail {
 // "00", "01" and so on up to "99".
 inline constexpr auto kDigitPairs = [] {
   std::array<char, 200> pairs{};
-  for (unsigned i = 0; i < 100; ++i) {
+  for (std::size_t i = 0; i < 100; ++i) {
     pairs[2 * i] = static_cast<char>('0' + i / 10);
     pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
   }
