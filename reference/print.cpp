@@ -1,10 +1,15 @@
 // Print buffers: the header and the text.
 
 #include <bit>
+#include <cstdint>
 #include <cstring>
+#include <optional>
+#include <string>
+#include <string_view>
 
 #include "print/fmt.h"
 #include "reference.h"
+#include "zarn_utility.h"
 
 namespace zarn::reference {
 namespace {

@@ -3,11 +3,15 @@
 #include <algorithm>
 #include <array>
 #include <concepts>
+#include <cstdint>
 #include <cstring>
 #include <vector>
 
 #include "../decimal.h"
+#include "entry.h"
+#include "log.h"
 #include "record.h"
+#include "zarn_utility.h"
 
 namespace zarn::desc {
 namespace {

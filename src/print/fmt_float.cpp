@@ -2,6 +2,14 @@
 
 #include <locale.h>
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+#include "fmt.h"
+#include "format_parser.h"
+#include "text.h"
+
 namespace zarn::print {
 namespace {
 

@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstddef>
+#include <cstdint>
 
 #include "../decimal.h"
+#include "format_parser.h"
 
 namespace zarn::print {
 namespace {

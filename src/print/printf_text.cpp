@@ -3,12 +3,14 @@
 #include <array>
 #include <bit>
 #include <charconv>
+#include <cstdint>
 #include <cstring>
 
 #include "../decimal.h"
 #include "print_buffer.h"
 #include "text.h"
 #include "value_writer.h"
+#include "zarn_utility.h"
 
 namespace zarn::print {
 namespace {

@@ -3,10 +3,14 @@
 #include <algorithm>
 #include <bit>
 #include <climits>
+#include <cstddef>
+#include <cstdint>
 
 #include "../decimal.h"
 #include "fmt_float.h"
+#include "format_parser.h"
 #include "number_writer.h"
+#include "text.h"
 
 namespace zarn::print {
 namespace {
