@@ -1,8 +1,8 @@
 // Ends the process when the program's operator new throws.
 //
-// The library has unwind tables, without which a crash report or a profile would lose whoever called it. But it is built
-// without exceptions, so one that passed through it would leak what the library holds. The linker's option --wrap leads
-// every call of operator new to this file, the only one with exceptions switched on: here noexcept takes effect.
+// The library has unwind tables, without which a crash report or a profile would lose whoever called it. But it is
+// built without exceptions, so one that passed through it would leak what the library holds. The linker's option --wrap
+// leads every call of operator new to this file, the only one with exceptions switched on: here noexcept takes effect.
 
 #include <cstddef>
 
