@@ -4,12 +4,12 @@
 #include <cstdint>
 
 #include "fuzz.h"
-#include "generate.h"
+#include "grow.h"
 #include "zarn_utility.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static Share share{"decoded"};
-  const ExactBytes log(growLog(Seed(data, size)), size % 2);
+  const ExactBytes log(zarn::inputs::growLog(zarn::inputs::Seed(data, size)), size % 2);
   DescBufInfo* record = zarn::reference::decodeNewest(log.data(), log.size());
   share.count(record != nullptr);
   if (record != nullptr) zarn::reference::release(record);

@@ -4,11 +4,11 @@
 #include <cstdint>
 
 #include "fuzz.h"
-#include "generate.h"
+#include "grow.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static Share share{"decoded"};
-  const auto input = growPrint(Seed(data, size));
+  const auto input = zarn::inputs::growPrint(zarn::inputs::Seed(data, size));
   const ExactBytes buffer(input.buffer, size % 4);
   const ExactBytes table(input.stringTable);
   share.count(zarn::reference::printHeader(buffer.data(), buffer.size(), table.data(), table.size()).has_value());

@@ -39,8 +39,8 @@ TEST(Checksum, EqualsTheRecordedValues) {
 }
 
 int scan(const std::string& bytes) {
-  static GuardedBytes memory;
-  return clc_bin_has_edma_instr(memory.atEnd(bytes), static_cast<std::int64_t>(bytes.size()));
+  const GuardedBytes guarded(bytes);
+  return clc_bin_has_edma_instr(guarded.data(), static_cast<std::int64_t>(guarded.size()));
 }
 
 std::string hex(const std::string& digits) {

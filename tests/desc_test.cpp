@@ -1,13 +1,10 @@
 // Descriptor logs: decoding at the limits of sizes, offsets and rings, and the reports byte for byte.
 
 #include <gtest/gtest.h>
-#include <sys/mman.h>
 
 #include <cctype>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <ios>
 #include <iterator>
@@ -26,50 +23,8 @@ namespace {
 
 using namespace zarn::inputs;
 
-// A log of zeros to write to. It lies `shift` bytes behind the start of an allocation that ends with it; one of a
-// gibibyte and more lies in front of a page that can't be read, and takes no memory but for the pages written to.
-class LogMemory {
- public:
-  explicit LogMemory(std::size_t size, std::size_t shift = 0) : size_(size) {
-    if (size < std::size_t{1} << 30) {
-      heap_.resize(size + shift);
-      heap_.shrink_to_fit();
-      data_ = heap_.data() + shift;
-      return;
-    }
-    constexpr std::size_t kPage = 1 << 16;  // or a multiple of it
-    mapped_ = (size + kPage - 1) / kPage * kPage + kPage;
-    map_ = mmap(nullptr, mapped_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    if (map_ == MAP_FAILED) return;
-    data_ = static_cast<char*>(map_) + (mapped_ - kPage - size);
-    mprotect(data_ + size, kPage, PROT_NONE);
-  }
-  LogMemory(const LogMemory&) = delete;
-  LogMemory& operator=(const LogMemory&) = delete;
-  ~LogMemory() {
-    if (map_ != MAP_FAILED) munmap(map_, mapped_);
-  }
-
-  // Whether there was memory to be had.
-  explicit operator bool() const { return data_ != nullptr; }
-  const char* data() const { return data_; }
-  std::size_t size() const { return size_; }
-
-  void write(std::size_t at, const std::string& bytes) {
-    if (at > size_ || size_ - at < bytes.size()) std::abort();
-    std::memcpy(data_ + at, bytes.data(), bytes.size());
-  }
-
- private:
-  std::size_t size_;
-  std::vector<char> heap_;
-  void* map_ = MAP_FAILED;
-  std::size_t mapped_ = 0;
-  char* data_ = nullptr;
-};
-
 // Writes what tests/cases/logs.txt says of a log: its write offset, and what is written where.
-void fill(LogMemory& log, std::size_t writeOffset, const std::string& writes) {
+void fill(GuardedBytes& log, std::size_t writeOffset, const std::string& writes) {
   if (log.size() >= 64) {
     std::string trailer(64, '\0');
     putTrailer(trailer, writeOffset, writeOffset);
@@ -154,7 +109,7 @@ std::string report(const std::vector<const DescBufInfo*>& array) {
 }
 
 // The report of a log has to be that of its records.
-std::string decodeNewest(const LogMemory& log) {
+std::string decodeNewest(const GuardedBytes& log) {
   auto* info = db_get_desc_buffer_info(log.data(), log.size());
   const auto text = textOf([&] { return db_get_desc_string(log.data(), log.size()); }, db_free_desc_string);
   EXPECT_EQ(text.has_value(), info != nullptr);
@@ -167,7 +122,7 @@ std::string decodeNewest(const LogMemory& log) {
 }
 
 // Equal records in a row are counted: "2 x GLSU pc 3 size 64 | 1 x eDMA pc 2 size 64".
-std::string decodeAll(const LogMemory& log) {
+std::string decodeAll(const GuardedBytes& log) {
   std::uint32_t count = 77;
   auto* array = db_get_desc_buffer_info_array(log.data(), log.size(), &count);
   const auto text = textOf([&] { return db_get_desc_string_array(log.data(), log.size()); }, db_free_desc_string);
@@ -186,10 +141,10 @@ std::string decodeAll(const LogMemory& log) {
 
 TEST(DescLog, DecodesAsTheCasesSay) {
   for (const auto& row : readCases("logs.txt", 6)) {
-    for (const std::size_t shift : {0U, 1U}) {
+    for (const auto guard : {GuardedBytes::Guard::kBehind, GuardedBytes::Guard::kInFront}) {
       const long before = liveAllocations();
       bool isRight = true;
-      if (LogMemory log(std::stoul(row[2], nullptr, 0), shift); log) {
+      if (GuardedBytes log(std::stoul(row[2], nullptr, 0), guard); log) {
         fill(log, std::stoul(row[3]), row[4]);
         const auto found = row[1] == "all" ? decodeAll(log) : decodeNewest(log);
         isRight = found == row[5];
@@ -206,7 +161,7 @@ TEST(DescLog, DecodesAsTheCasesSay) {
 }
 
 TEST(DescLog, AllocatesExactlyWhatIsStated) {
-  LogMemory log(1088);
+  GuardedBytes log(1088);
   fill(log, 236, "ST@0:1 ED@76:1,0 ST@76:1 NP@212:2,76 RL@220:2,76 RL@228:3,76 RL@236:3,76");
   const std::string newest = "80 4[] 0[] 12[] 128[]";
   {
@@ -258,7 +213,7 @@ TEST(DescReport, SaysExactlyWhatTheRecordHolds) {
 }
 
 TEST(DescReport, IsNullOrEmptyWhereNothingCanBeDecoded) {
-  LogMemory log(256);
+  GuardedBytes log(256);
   fill(log, 92, "");
   const long before = liveAllocations();
   EXPECT_EQ(db_get_desc_string(log.data(), log.size()), nullptr);

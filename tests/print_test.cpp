@@ -13,8 +13,6 @@
 #include <cstring>
 #include <locale>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include "compare.h"
 #include "inputs.h"
@@ -81,16 +79,9 @@ TEST(PrintHeader, AcceptsExactlyWhatItShould) {
       found = "type " + std::to_string(info->printType);
       if (info->is64Bit) found += " 64-bit";
       if (info->isFloat) found += " float";
-      EXPECT_EQ(info->currentTime, 0x04080C10U);
-      EXPECT_EQ(info->totalSize, 0x08101820U);
-      EXPECT_EQ(info->graphId, 0x0C182430U);
-      EXPECT_EQ(info->kernelId, 0x10203040U);
-      EXPECT_EQ(info->instanceId, 0x14283C50U);
-      EXPECT_EQ(reinterpret_cast<const char*>(info->subMask), buffer.data() + 24);
-      EXPECT_EQ(info->format, table.data() + number(3));
-      EXPECT_EQ(reinterpret_cast<const char*>(info->data), buffer.data() + 44);
     }
     EXPECT_EQ(found, row[5]);
+    EXPECT_EQ(comparePrint(buffer.data(), buffer.size(), table.data(), table.size()), "");
     for (int time = 0; time < 2; ++time) {
       db_free_print_buffer_info(&info);
       EXPECT_EQ(info, nullptr);
@@ -277,22 +268,6 @@ TEST(PrintText, DoesNotShowTheHostsLocale) {
   EXPECT_EQ(uselocale(nullptr), before);
   std::locale::global(previous);
   std::setlocale(LC_ALL, "C");
-}
-
-TEST(PrintText, ManyThreadsMayReadOneBuffer) {
-  const auto buffer = printBuffer(0xC0 | 6).bytes();
-  const std::string expected = printText(buffer, "%08x", 3);
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([&] {
-      for (int time = 0; time < 50; ++time) {
-        char* text = db_get_printf_string(buffer.data(), buffer.size(), "%08x", 5);
-        EXPECT_EQ(text, expected);
-        db_free_printf_string(&text);
-      }
-    });
-  }
-  for (auto& thread : threads) thread.join();
 }
 
 }  // namespace

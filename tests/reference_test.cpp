@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "compare.h"
-#include "generate.h"
+#include "grow.h"
 #include "inputs.h"
 #include "support.h"
 
@@ -59,7 +59,6 @@ TEST(Reference, Kernels) {
 // Every size, with start offsets and write offsets round the limits of buffer and ring.
 TEST(Reference, LogsBetweenGuardPages) {
   constexpr std::string_view kTags[] = {"ED", "GL", "RB", "NP", "EL", "RL"};
-  GuardedBytes memory;
   std::mt19937 random;
   std::size_t tag = 0;
   for (std::uint32_t size = 64; size <= 300; ++size) {
@@ -80,8 +79,9 @@ TEST(Reference, LogsBetweenGuardPages) {
           put(log, ring(writeOffset - 4), start, 2);
           log.replace(ring(writeOffset - 2), 2, kTags[tag++ % 6]);
         }
-        const char* bytes = tag / 6 % 2 == 0 ? memory.atStart(log) : memory.atEnd(log);
-        ASSERT_EQ(compareLog(bytes, size), "") << size << ' ' << start << ' ' << writeOffset;
+        using enum GuardedBytes::Guard;
+        const GuardedBytes guarded(log, tag / 6 % 2 == 0 ? kBehind : kInFront);
+        ASSERT_EQ(compareLog(guarded.data(), size), "") << size << ' ' << start << ' ' << writeOffset;
       }
     }
   }

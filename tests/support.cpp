@@ -101,14 +101,19 @@ std::string AllocationLog::text() const {
 
 std::size_t AllocationLog::lastSize() const { return lastArraySize; }
 
-GuardedBytes::GuardedBytes() : page_(static_cast<std::size_t>(sysconf(_SC_PAGESIZE))) {
-  void* memory = mmap(nullptr, 3 * page_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  if (memory == MAP_FAILED) std::abort();
-  bytes_ = static_cast<char*>(memory) + page_;
-  if (mprotect(bytes_, page_, PROT_READ | PROT_WRITE) != 0) std::abort();
+GuardedBytes::GuardedBytes(std::size_t size, Guard guard) : size_(size) {
+  const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  mapped_ = (size + page - 1) / page * page + page;
+  map_ = mmap(nullptr, mapped_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  if (map_ == MAP_FAILED) return;
+  char* const first = static_cast<char*>(map_);
+  data_ = guard == Guard::kBehind ? first + (mapped_ - page - size) : first + page;
+  if (mprotect(guard == Guard::kBehind ? data_ + size : first, page, PROT_NONE) != 0) std::abort();
 }
 
-GuardedBytes::~GuardedBytes() { munmap(bytes_ - page_, 3 * page_); }
+GuardedBytes::~GuardedBytes() {
+  if (data_ != nullptr) munmap(map_, mapped_);
+}
 
 std::vector<std::vector<std::string>> readCases(const std::string& name, std::size_t fields) {
   std::ifstream file(CASES + ("/" + name));

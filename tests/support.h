@@ -55,26 +55,35 @@ class ExactBytes {
   std::unique_ptr<char[]> memory_;
 };
 
-// Memory whose first and last byte have nothing readable before and behind them, so that a stray access ends the program.
+// Zeros to write to, right in front of memory that can't be read or right behind it, so that a stray access on that side
+// ends the program. Only pages that are written to take memory, so there may be gibibytes of them.
 class GuardedBytes {
  public:
-  GuardedBytes();
+  enum class Guard { kBehind, kInFront };
+
+  explicit GuardedBytes(std::size_t size, Guard guard = Guard::kBehind);
+  explicit GuardedBytes(std::string_view bytes, Guard guard = Guard::kBehind) : GuardedBytes(bytes.size(), guard) {
+    write(0, bytes);
+  }
   ~GuardedBytes();
   GuardedBytes(const GuardedBytes&) = delete;
   GuardedBytes& operator=(const GuardedBytes&) = delete;
 
-  // Copies of at most a page; each call overwrites what the one before it wrote.
-  const char* atStart(std::string_view bytes) { return put(bytes, 0); }
-  const char* atEnd(std::string_view bytes) { return put(bytes, page_ - bytes.size()); }
+  // Whether there was memory to be had.
+  explicit operator bool() const { return data_ != nullptr; }
+  const char* data() const { return data_; }
+  std::size_t size() const { return size_; }
 
- private:
-  const char* put(std::string_view bytes, std::size_t at) {
-    if (!bytes.empty()) std::memcpy(bytes_ + at, bytes.data(), bytes.size());
-    return bytes_ + at;
+  void write(std::size_t at, std::string_view bytes) {
+    if (at > size_ || size_ - at < bytes.size()) std::abort();
+    if (!bytes.empty()) std::memcpy(data_ + at, bytes.data(), bytes.size());
   }
 
-  std::size_t page_;
-  char* bytes_ = nullptr;
+ private:
+  std::size_t size_;
+  std::size_t mapped_;
+  void* map_;
+  char* data_ = nullptr;
 };
 
 // The rows of a file in tests/cases, split at tabs into `fields` or more. Empty lines and those with '#' are not rows.

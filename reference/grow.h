@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string>
 
+namespace zarn::inputs {
+
 // Takes a seed apart from its front; gives zeros behind its end.
 class Seed {
  public:
@@ -35,3 +37,5 @@ struct PrintInput {
 PrintInput growPrint(Seed seed);
 std::string growLog(Seed seed);
 std::string growKernel(Seed seed);
+
+}  // namespace zarn::inputs

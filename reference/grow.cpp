@@ -1,4 +1,4 @@
-#include "generate.h"
+#include "grow.h"
 
 #include <algorithm>
 #include <climits>
@@ -13,8 +13,7 @@
 #include "inputs.h"
 #include "reference.h"
 
-using namespace zarn::inputs;
-
+namespace zarn::inputs {
 namespace {
 
 // Words whose four bytes differ.
@@ -41,7 +40,7 @@ std::string growFormat(Seed& seed) {
       "c",           "s",   "p",   "a",          "A",          "e",          "E",
       "f",           "F",   "g",   "G",          "n",          "%d",         "%u",
       "%x",          "%f",  "%.",  "2147483646", "2147483647", "2147483639", "2147483648",
-      "99999999999", "%.2", "%08", "%-9",        "%+#",        "% ",         "%.2147483639",
+      "99999999999", "%.2", "%08", "%-9",        "%+#",        "% ",         "%.2147483639a",
       "%2147483648"};
   std::string format;
   while (!seed.isEmpty() && format.size() < 1000) {
@@ -57,7 +56,7 @@ std::string growFormat(Seed& seed) {
 
 // Widths and precisions that would be honoured are cut to three digits; those that give no text stay.
 std::string tamed(std::string format, bool isFloat) {
-  auto all = zarn::reference::conversions(format, isFloat, 0);
+  auto all = reference::conversions(format, isFloat, 0);
   std::reverse(all.begin(), all.end());  // so that the places of those to come stay
   for (const auto& conversion : all) {
     if (conversion.isSilent || !conversion.takesValue) continue;
@@ -234,3 +233,5 @@ std::string growKernel(Seed seed) {
   }
   return kernel;
 }
+
+}  // namespace zarn::inputs
