@@ -94,6 +94,16 @@ TEST(PrintHeader, AcceptsExactlyWhatItShould) {
   EXPECT_EQ(db_get_printf_string(buffer.data(), 619, "", 1), nullptr);
 }
 
+// The table is not read here, so it need not be that large.
+TEST(PrintHeader, StringTablesMayExceedFourGiB) {
+  const auto buffer = printBuffer(1, 0xFFFFFFFF).bytes();
+  const char table[] = "";
+  PrintBufInfo* info = db_get_print_buffer_info(buffer.data(), buffer.size(), table, std::size_t{1} << 32);
+  ASSERT_NE(info, nullptr);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(info->format) - reinterpret_cast<std::uintptr_t>(table), 0xFFFFFFFF);
+  db_free_print_buffer_info(&info);
+}
+
 TEST(PrintHeader, IdentifiersNeedTheBytesUpToTheirEnd) {
   const struct {
     std::uint32_t (*get)(const void*, std::size_t);
@@ -147,10 +157,12 @@ TEST(PrintText, GrowsAtAnyCharacter) {
   for (const std::uint32_t headerWord : {0x20U, 0xC0U, 5U, 6U, 0x146U}) {
     auto print = printBuffer(headerWord);
     print.submasks = {0xFFFFFFFF, 0xAAAAAAAA, 0x55555555, 0x80000001};
-    for (std::uint32_t i = 0; i < print.data.size(); ++i) print.data[i] = 0x3FC00000U >> i % 32;
+    for (std::uint32_t i = 0; i < print.data.size(); ++i) {
+      print.data[i] = i % 3 == 0 ? 0xFF7FFFFF : 0x3FC00000U >> i % 32;  // the former has 32 digits, or 39 as a float
+    }
     const auto buffer = print.bytes();
     for (std::size_t length = 0; length < 600; length += length < 40 ? 1 : 23) {
-      for (const char* conversion : {"%u", "%5.3f%1$o", ""}) {
+      for (const char* conversion : {"%u", "%5.3f%1$o", "%#b", "%.10f", ""}) {
         ASSERT_EQ(difference(buffer, std::string(length, 'x') + conversion), "") << length << conversion;
       }
     }
@@ -246,6 +258,7 @@ TEST(PrintText, MalformedConversionsGiveWhatTheyShould) {
   }
   // The largest count that '*' can take; %c has no use for a precision.
   EXPECT_EQ(valueText("%1$.*c|", kSingleWord, INT_MAX), "\xFF|");
+  EXPECT_EQ(valueText("%.2147483647c|", kSingleWord, 'A'), "A|");
   EXPECT_EQ(valueText("%c|", kSingleWord, 0x100), std::string("\0|", 2));
 }
 
@@ -264,7 +277,7 @@ TEST(PrintText, DoesNotShowTheHostsLocale) {
 #endif
   EXPECT_EQ(valueText("%LL %1$d", kSingleWord, 1234567), "1234567 1234567");
   const locale_t before = uselocale(nullptr);
-  EXPECT_EQ(valueText("%LL|%1$a|%1$.1f", kSingleFloat, 0x3FC00000), "1.5|0x1.8p+0|1.5");
+  EXPECT_EQ(valueText("%LL|%1$a|%1$A|%1$.1f", kSingleFloat, 0x3FC00000), "1.5|0x1.8p+0|0X1.8P+0|1.5");
   EXPECT_EQ(uselocale(nullptr), before);
   std::locale::global(previous);
   std::setlocale(LC_ALL, "C");
