@@ -259,6 +259,7 @@ TEST(PrintText, MalformedConversionsGiveWhatTheyShould) {
   // The largest count that '*' can take; %c has no use for a precision.
   EXPECT_EQ(valueText("%1$.*c|", kSingleWord, INT_MAX), "\xFF|");
   EXPECT_EQ(valueText("%.2147483647c|", kSingleWord, 'A'), "A|");
+  EXPECT_EQ(valueText("%600e", kSingleFloat, 0x3FC00000), std::string(588, ' ') + "1.500000e+00");
   EXPECT_EQ(valueText("%c|", kSingleWord, 0x100), std::string("\0|", 2));
 }
 
