@@ -20,7 +20,7 @@ cd "$(dirname "$0")/samples" || exit 2
 zarn-utility() { "${tool[@]}" "$@"; }
 
 # zarn-utility with a terminal for its output.
-on-terminal() { script -qec "$(printf '%q ' "${tool[@]}" "$@")" /dev/null </dev/null | tr -d '\r'; }
+on-terminal() { SHELL=$BASH script -qec "$(printf '%q ' "${tool[@]}" "$@")" /dev/null </dev/null | tr -d '\r'; }
 
 # The string table of the samples with one more format, and a print buffer of one value for it: VALUE is four bytes as
 # printf takes them.

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
 
 #include "fmt.h"
 #include "format_parser.h"
