@@ -56,6 +56,8 @@ TEST(EdmaScan, KnownStreams) {
   for (const std::int64_t length : {std::int64_t{0}, std::int64_t{-1}, INT64_MIN}) {
     EXPECT_EQ(clc_bin_has_edma_instr(nullptr, length), 0);
   }
+  const auto bundle = hex("1F 00 40 00 00 F9") + std::string(58, '\0');  // read no further, whatever the length
+  EXPECT_EQ(clc_bin_has_edma_instr(bundle.data(), std::int64_t{1} << 32), 1);
 }
 
 // Every opcode, length extension and count of the three slots, with the pattern at every parcel of the bundle.

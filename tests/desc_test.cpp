@@ -160,6 +160,12 @@ TEST(DescLog, DecodesAsTheCasesSay) {
   EXPECT_EQ(count, 77U);
 }
 
+TEST(DescLog, HasRecordsWhateverTheirCount) {
+  zarn::inputs::LogWriter log(4096);
+  for (int i = 0; i < 256; ++i) log.record(1, "EL");
+  EXPECT_EQ(decodeNewest(GuardedBytes(log.log())).substr(0, 37), "RB pc 4294967295 size 0 no NP EL 1,1,");
+}
+
 TEST(DescLog, AllocatesExactlyWhatIsStated) {
   GuardedBytes log(1088);
   fill(log, 236, "ST@0:1 ED@76:1,0 ST@76:1 NP@212:2,76 RL@220:2,76 RL@228:3,76 RL@236:3,76");
