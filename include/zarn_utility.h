@@ -243,7 +243,8 @@ typedef struct DescBufInfo {
  * Returns a record to give back with db_free_desc_buffer_info(). Its arrays are the record's own, copied out of the
  * log. Returns null, and allocates nothing, when buffer is null, size is below 65, or there is no entry that can be
  * decoded: the tag that ends at the write offset is unknown, a start offset lies beyond the buffer, there is neither a
- * descriptor header nor a ring-buffer record, or size is 76 to 127 and the descriptor's length above size - 76.
+ * descriptor header nor a ring-buffer record, or size is 76 to 127 and the descriptor's length above size - 76. A header
+ * that does not lie in the buffer as a whole is none.
  *
  * In a damaged log a ring-buffer record can be met that was not counted; its PC is dropped. A slot of a PC array that
  * no record fills holds 0.
@@ -271,7 +272,7 @@ ZARN_UTILITY_API void db_free_desc_buffer_info(DescBufInfo** info);
  *
  * Cost: entries of a damaged log can refer to each other in a circle, and the walk then decodes the same bytes again,
  * up to R / 76 times. Time and memory therefore grow with the square of the log: at most R / 76 records, with at most
- * R / 8 + 1 PCs of 4 bytes each and descriptors of less than 2 * size bytes in all. A log of 64 KiB that holds nothing
+ * R / 8 + 1 PCs of 4 bytes each and descriptors of less than 2 * size bytes in all. A ring of 64 KiB that holds nothing
  * but release records gives 862 records with 28 MB of PCs.
  */
 ZARN_UTILITY_API DescBufInfo** db_get_desc_buffer_info_array(const void* buffer, uint64_t size, uint32_t* count);
@@ -331,8 +332,8 @@ ZARN_UTILITY_API char* db_get_desc_string(const void* buffer, uint64_t size);
  * one. Never null: where nothing can be decoded the text is empty.
  *
  * Cost: as for db_get_desc_buffer_info_array(), with a line of up to 37 characters for each PC (rings of up to 64 KiB).
- * A log of 64 KiB that holds nothing but release records with ten-digit PCs gives 260 MB of text; beside the text itself
- * the call needs less than a megabyte for it.
+ * A ring of 64 KiB that holds nothing but release records with ten-digit PCs gives 260 MB of text. Beside the text the
+ * call needs less than 2 * R bytes.
  */
 ZARN_UTILITY_API char* db_get_desc_string_array(const void* buffer, uint64_t size);
 

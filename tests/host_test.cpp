@@ -30,8 +30,10 @@ thread_local bool isInLibrary = false;
 void* addresses[64];  // the backtrace, innermost call first
 int addressCount = 0;
 void* caller = nullptr;  // return address of the newest call() below
+std::atomic<int> objects = 0, arrays = 0;  // that the library has allocated
 
-void* allocate(std::size_t size) {
+void* allocate(std::size_t size, std::atomic<int>& kind) {
+  if (isInLibrary) ++kind;
   if (isInLibrary && allocationsUntilThrow > 0 && --allocationsUntilThrow == 0) throw std::bad_alloc();
   if (isInLibrary && isTraced) addressCount = backtrace(addresses, std::size(addresses));
   void* memory = std::malloc(std::max<std::size_t>(size, 1));
@@ -41,8 +43,8 @@ void* allocate(std::size_t size) {
 
 }  // namespace
 
-void* operator new(std::size_t size) { return allocate(size); }
-void* operator new[](std::size_t size) { return allocate(size); }
+void* operator new(std::size_t size) { return allocate(size, objects); }
+void* operator new[](std::size_t size) { return allocate(size, arrays); }
 void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete[](void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
@@ -206,6 +208,13 @@ TEST(Host, AnExceptionOfOperatorNewEndsTheProcess) {
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == kReturned) << function.name << ", allocation " << nth;
     EXPECT_EQ(nth > 1, function.allocates) << function.name;
   }
+}
+
+TEST(Host, ObjectsAndArraysComeFromTheirOwnOperatorNew) {
+  objects = arrays = 0;
+  newestRecord();
+  EXPECT_EQ(objects, 1);
+  EXPECT_EQ(arrays, 4);
 }
 
 TEST(Host, ABacktraceFromInsideTheLibraryShowsTheCaller) {
