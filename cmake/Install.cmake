@@ -6,6 +6,7 @@ include(CMakePackageConfigHelpers)
 install(TARGETS zarn_utility EXPORT zarn_utility
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(FILES include/zarn_utility.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES NOTICE.md docs/formats.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 # CMake package
 set(package_directory ${CMAKE_INSTALL_LIBDIR}/cmake/zarn_utility)

@@ -3,7 +3,8 @@
  *
  * One header for C (C99 and later) and C++. Every function is a complete operation on memory that the caller hands it:
  * the library does no input or output, keeps no global state and remembers nothing between calls. What the inputs look
- * like byte by byte, and what each line of a text tells, is in docs/formats.md of the source and of the installation.
+ * like byte by byte, and what each line of a text tells, is in docs/formats.md (installed as
+ * share/doc/zarn_utility/formats.md).
  *
  * This holds for every function:
  *
@@ -165,8 +166,8 @@ ZARN_UTILITY_API void db_free_print_buffer_info(PrintBufInfo** info);
  * The format follows {fmt} 7's printf rules, with one argument: an unsigned 32-bit integer, or a float for data types 5
  * and 6. No format stops the decode:
  *
- *   - A conversion that does not suit an integer ('%s' of 7), or has no argument left, gives no text. A float is written
- *     whatever the conversion ('%d', '%x' and '%s' of 1.5 give 1.5).
+ *   - A conversion that does not suit an integer ('%s' of 7), or has no argument left, gives no text. A float is
+ *     written whatever the conversion ('%d', '%x' and '%s' of 1.5 give 1.5).
  *   - A conversion gives no text if it breaks off after a length modifier, has argument index 0, has an index, width or
  *     precision above INT_MAX (even one that '*' takes from the value), or is '%a' or '%A' of a float with a precision
  *     above INT_MAX - 9.
@@ -193,9 +194,9 @@ ZARN_UTILITY_API void db_free_printf_string(char** text);
 
 /*
  * A descriptor log is a ring of bytes, R = size - 64 of them, followed by a 64-byte trailer. For every descriptor that
- * it issues, the device appends an entry to the ring: a header, the descriptor, and one or more 8-byte records. An eDMA,
- * GLSU or plain RingBufferATE entry has one record; other RingBufferATE entries have next-pointer, end and release
- * records in any number. docs/formats.md has the layout, and how an entry is found.
+ * it issues, the device appends an entry to the ring: a header, the descriptor, and one or more 8-byte records. An
+ * eDMA, GLSU or plain RingBufferATE entry has one record; other RingBufferATE entries have next-pointer, end and
+ * release records in any number. docs/formats.md has the layout, and how an entry is found.
  *
  * R is computed in 32 bits. A log of more than 4 GiB for which it is 0 has no entries.
  *
@@ -243,8 +244,8 @@ typedef struct DescBufInfo {
  * Returns a record to give back with db_free_desc_buffer_info(). Its arrays are the record's own, copied out of the
  * log. Returns null, and allocates nothing, when buffer is null, size is below 65, or there is no entry that can be
  * decoded: the tag that ends at the write offset is unknown, a start offset lies beyond the buffer, there is neither a
- * descriptor header nor a ring-buffer record, or size is 76 to 127 and the descriptor's length above size - 76. A header
- * that does not lie in the buffer as a whole is none.
+ * descriptor header nor a ring-buffer record, or size is 76 to 127 and the descriptor's length above size - 76. A
+ * header that does not lie in the buffer as a whole is none.
  *
  * In a damaged log a ring-buffer record can be met that was not counted; its PC is dropped. A slot of a PC array that
  * no record fills holds 0.
@@ -367,8 +368,8 @@ ZARN_UTILITY_API uint64_t clc_bin_compute_checksum(const void* bytes, uint64_t l
  * which the final one is an eDMA instruction when it is exactly two parcels (32 bits) wide and has bits 6, 24, 27, 28,
  * 29, 30 and 31 set. Words, and the other slots of a bundle, never count.
  *
- * The scan ends at the first eDMA instruction, at the stop marker ("prot" where an instruction begins, with at least one
- * byte behind it), or at the end of the binary.
+ * The scan ends at the first eDMA instruction, at the stop marker ("prot" where an instruction begins, with at least
+ * one byte behind it), or at the end of the binary.
  *
  * bytes   the binary; may be null when length is below 1
  * length  its size in bytes

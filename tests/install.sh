@@ -26,6 +26,7 @@ export LD_LIBRARY_PATH=${library%/*}  # for the C program alone: CMake writes th
 tool() { env -u LD_LIBRARY_PATH "$prefix/bin/zarn-utility" "$@"; }
 check "version of the tool" "zarn-utility $version" "$(tool --version)"
 check "version of the man page" 1 "$(grep -c "^\.Os zarn-utility $version$" "$prefix/share/man/man1/zarn-utility.1")"
+check "installed documents" "NOTICE.md formats.md" "$(cd "$prefix/share/doc/zarn_utility" && echo *)"
 
 # Files that name this build or the first prefix could not be moved.
 check "places in the installed files" "" \
