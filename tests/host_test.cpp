@@ -29,7 +29,7 @@ bool isTraced = false;          // an allocation of the library leaves its backt
 thread_local bool isInLibrary = false;
 void* addresses[64];  // the backtrace, innermost call first
 int addressCount = 0;
-void* caller = nullptr;  // return address of the newest call() below
+void* caller = nullptr;                    // return address of the newest call() below
 std::atomic<int> objects = 0, arrays = 0;  // that the library has allocated
 
 void* allocate(std::size_t size, std::atomic<int>& kind) {
