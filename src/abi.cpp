@@ -21,7 +21,7 @@ constexpr bool kHeld = [] {
 
 #define FUNCTION(name, ...) kHeld<std::is_same_v<decltype(name), __VA_ARGS__>>
 #define FIELD(record, field, type, offset) \
-  kHeld<offsetof(record, field) == (offset) && std::is_same_v<decltype(record::field), type>>
+  kHeld<std::is_same_v<decltype(record::field), type> && offsetof(record, field) == (offset)>
 
 constexpr bool kFunctions[] = {
     FUNCTION(db_get_gid, uint32_t(const void*, size_t)),
