@@ -24,7 +24,7 @@ class AllocationLog {
   std::size_t lastSize() const;  // of the newest array; 0 where there is none
 };
 
-// The text that `get` returns, by the size of its allocation, so that a NUL inside it hides nothing; or nothing for null.
+// The text that `get` returns, by the size of its allocation, so that a NUL inside it hides nothing. Nothing for null.
 template <typename Get>
 std::optional<std::string> textOf(Get get, void (*release)(char**)) {
   const AllocationLog allocations;
@@ -55,8 +55,8 @@ class ExactBytes {
   std::unique_ptr<char[]> memory_;
 };
 
-// Zeros to write to, right in front of memory that can't be read or right behind it, so that a stray access on that side
-// ends the program. Only pages that are written to take memory, so there may be gibibytes of them.
+// Zeros to write to, right in front of memory that can't be read or right behind it, so that a stray access there ends
+// the program. Only pages that are written to take memory, so there may be gibibytes of them.
 class GuardedBytes {
  public:
   enum class Guard { kBehind, kInFront };
