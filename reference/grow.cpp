@@ -129,8 +129,8 @@ std::string oldRing(std::size_t ringSize, std::uint8_t kind, Random& random) {
   return ring;
 }
 
-// Writes a record where it is looked for when the write offset is `writeOffset`: at positions that wrap modulo 2^32, and
-// those of tag, start offset and PC cut to 16 bits.
+// Writes a record where it is looked for when the write offset is `writeOffset`: at positions that wrap modulo 2^32,
+// and those of tag, start offset and PC cut to 16 bits.
 void putNewest(std::string& log, std::uint32_t writeOffset, std::uint32_t start, std::string_view tag,
                std::uint32_t pc) {
   const auto ringSize = static_cast<std::uint32_t>(log.size() - 64);

@@ -1,5 +1,5 @@
-// What a device leaves behind, built field by field: print buffers, descriptor logs and kernels, for tests, fuzz targets,
-// benchmarks and samples. zarn_utility.h and src/bin/edma_scan.cpp have the layouts.
+// What a device leaves behind, built field by field: print buffers, descriptor logs and kernels, for tests, fuzz
+// targets, benchmarks and samples. docs/formats.md has the layouts.
 #pragma once
 
 #include <array>

@@ -3,12 +3,13 @@
 // The rules as they stand would leave the buffer, or the record's arrays, for some logs. What happens there is decided
 // here as in the library:
 //
-//   - a byte of the start-offset field before the newest tag that would lie outside the buffer lies in the ring instead;
+//   - a byte of the start-offset field before the newest tag that would lie outside the buffer lies in the ring
+//     instead;
 //   - an entry has a descriptor header only where all four bytes of the header lie inside the buffer;
 //   - an entry whose descriptor would have to be cut in a log of less than 128 bytes can't be decoded;
 //   - a ring whose length is 0 in 32 bits has no entries;
-//   - of records that are met more often on the way forward than they were counted on the way back, those that come last
-//     are dropped, and a slot that no record fills is 0.
+//   - of records that are met more often on the way forward than they were counted on the way back, those that come
+//     last are dropped, and a slot that no record fills is 0.
 
 #include <algorithm>
 #include <cstdint>

@@ -1,7 +1,7 @@
 // Each operation of the library done the plain way, straight from the rules of the device's formats and with all their
 // oddities: {fmt} for every value, a string stream, one byte of a ring or one instruction at a time. Tests and fuzz
-// targets compare the library with it, benchmarks race it. It shares no code with the library, and whoever changes a rule
-// changes both.
+// targets compare the library with it, benchmarks race it. It shares no code with the library, and whoever changes a
+// rule changes both.
 #pragma once
 
 #include <cstddef>
@@ -27,8 +27,9 @@ std::optional<std::string> printText(const void* buffer, std::size_t size, const
 // Of one value, without a line end.
 std::string valueText(std::string_view format, bool isFloat, std::uint32_t word);
 
-// The text of a buffer that is accepted, with a format in which no conversion is silent: {fmt} takes the device's format
-// as it is. It is what benchmarks race, without the search for silent conversions that {fmt} itself has no part in.
+// The text of a buffer that is accepted, with a format in which no conversion is silent: {fmt} takes the device's
+// format as it is. It is what benchmarks race, without the search for silent conversions that {fmt} itself has no part
+// in.
 std::string printTextAsItIs(const void* buffer, const char* format);
 
 // One conversion of a format as {fmt} 7 reads it, for one value.

@@ -1,5 +1,5 @@
-// Kernel binaries: checksums against values of xxhsum, and the scan over every form of bundle, up to the last byte before
-// memory that can't be read.
+// Kernel binaries: checksums against values of xxhsum, and the scan over every form of bundle, up to the last byte
+// before memory that can't be read.
 
 #include <gtest/gtest.h>
 

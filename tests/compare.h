@@ -1,5 +1,5 @@
-// The library beside the reference, on the same input: every field, array element, byte of text and count. Each function
-// returns what differs, and "" where nothing does; memory that is not given back differs, too.
+// The library beside the reference, on the same input: every field, array element, byte of text and count. Each
+// function returns what differs, and "" where nothing does; memory that is not given back differs, too.
 #pragma once
 
 #include <cstddef>

@@ -57,8 +57,8 @@ std::string pcs(const char* name, bool has, const std::uint32_t* pcs, std::uint3
   return text;
 }
 
-// The bytes of a descriptor that are not 0, each with its index, as "bytes 0=7f 63=01"; at most six of them, and how many
-// more there are.
+// The bytes of a descriptor that are not 0, each with its index, as "bytes 0=7f 63=01"; at most six of them, and how
+// many more there are.
 std::string bytesOf(const DescBufInfo& info) {
   std::ostringstream text;
   std::uint32_t found = 0;

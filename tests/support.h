@@ -10,8 +10,8 @@
 #include <string_view>
 #include <vector>
 
-// Allocations that were made and not given back, in the whole program. Giving back an object as an array, an array as an
-// object, or what was not allocated, ends the program. New memory is not zero where the C library can see to that.
+// Allocations that were made and not given back, in the whole program. Giving back an object as an array, an array as
+// an object, or what was not allocated, ends the program. New memory is not zero where the C library can see to that.
 long liveAllocations();
 
 // Records the sizes that operator new is called with in this object's lifetime, "80 4[] 0[]" for one object and two

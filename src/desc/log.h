@@ -1,5 +1,5 @@
-// The bytes of a descriptor log: a ring of records and descriptors, then a 64-byte trailer. zarn_utility.h has the
-// layout.
+// The bytes of a descriptor log: a ring of records and descriptors, then a 64-byte trailer. docs/formats.md
+// has the layout.
 #pragma once
 
 #include <algorithm>

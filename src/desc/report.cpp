@@ -114,8 +114,8 @@ Place putRbSection(Place at, const char (&name)[n], bool has, bool saysNo, const
 }
 
 // From the PC on.
-// Deliberate (design.md, "Unlike flags"): like `valid` and `overSized`, those of the type count when they are exactly 1;
-// those of the ring-buffer records count by their lowest bit.
+// Deliberate (design.md, "Unlike flags"): like `valid` and `overSized`, those of the type count when they are exactly
+// 1; those of the ring-buffer records count by their lowest bit.
 template <typename Place>
 Place putEntry(Place at, const DescBufInfo& record, bool inArray) {
   static constexpr PcLabel kNextPtr = "qel_rb_next_ptr PC[";
@@ -172,8 +172,8 @@ template char* arrayReport(char*, std::uint32_t, const DescBufInfo*);
 
 }  // namespace zarn::desc
 
-// Both reports use one record for all entries, which never leaves the library: making and releasing a record for each of
-// 215 small entries takes 2.3 times as long as their whole report does.
+// Both reports use one record for all entries, which never leaves the library: making and releasing a record for each
+// of 215 small entries takes 2.3 times as long as their whole report does.
 
 char* db_get_desc_string(const void* buffer, std::uint64_t size) {
   using namespace zarn::desc;

@@ -55,8 +55,8 @@ class FormatParser {
  private:
   enum class Length { kInt, kChar, kShort, kWide };
 
-  // snprintf() of a hexadecimal float fails where the text would be longer than INT_MAX, and {fmt} tries again and again
-  // with more memory. "0x1." and an exponent like "p-149" have to fit as well.
+  // snprintf() of a hexadecimal float fails where the text would be longer than INT_MAX, and {fmt} tries again and
+  // again with more memory. "0x1." and an exponent like "p-149" have to fit as well.
   static constexpr int kMaxHexFloatPrecision = INT_MAX - 9;
 
   // The conversion of a new piece, which gives no text so far. Pieces are filled in where they are: to copy what has
@@ -186,7 +186,8 @@ class FormatParser {
     to.kind = Conversion::Kind::kInteger;
     to.type = type;
     if (type == 'L') to.type = 'u';  // {fmt}'s "as the locale has it"; the host's locale must not show
-    // Deliberate (design.md, "Wide integers"): the argument is unsigned, and {fmt} widens it before it looks at the sign.
+    // Deliberate (design.md, "Wide integers"): the argument is unsigned, and {fmt} widens it before it looks at the
+    // sign.
     if (type == 'd' || type == 'i') to.type = length == Length::kWide ? 'u' : 'd';
     if (type == 'c') to.sign = '\0';
     if (length == Length::kChar) to.cutBits = 24;

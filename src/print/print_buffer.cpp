@@ -9,7 +9,7 @@
 namespace zarn::print {
 namespace {
 
-// Byte offsets of the buffer's words; zarn_utility.h has the whole layout.
+// Byte offsets of the buffer's words; docs/formats.md has the whole layout.
 constexpr std::size_t kHeaderWord = 0;
 constexpr std::size_t kCurrentTime = 4;
 constexpr std::size_t kTotalSize = 8;

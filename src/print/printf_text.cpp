@@ -21,7 +21,8 @@ constexpr char kPadNames[kPads][3] = {"L0", "L1", "R0", "R1", "U0", "U1", "D0", 
 
 constexpr std::uint32_t kThreadsPerSubmask = 16;
 
-// The lower of each thread's two bits, set where the thread is selected: by either of them, as 1, 2 and 3 mean the same.
+// The lower of each thread's two bits, set where the thread is selected: by either of them, as 1, 2 and 3 mean the
+// same.
 std::uint32_t selectedThreads(std::uint32_t submask) { return (submask | submask >> 1) & 0x55555555; }
 
 constexpr std::size_t kMostHeaderBlock = 200;  // 199 with the longest numbers
