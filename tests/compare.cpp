@@ -56,7 +56,7 @@ std::string describe(const DescBufInfo& record) {
                        record.descSize, record.rbNextPtrCount, record.rbEndCount, record.rbReleaseCount});
   const auto addPcs = [&text](const char* name, const std::uint32_t* pcs, std::uint32_t count) {
     text += pcs == nullptr ? "no " : name;
-    for (std::uint32_t i = 0; i < count; ++i) text += ' ' + std::to_string(pcs[i]);
+    for (std::uint32_t i = 0; pcs != nullptr && i < count; ++i) text += ' ' + std::to_string(pcs[i]);
   };
   addPcs("\nNP", record.rbNextPtrPcs, record.rbNextPtrCount);
   addPcs("\nEL", record.rbEndPcs, record.rbEndCount);
