@@ -51,7 +51,7 @@ void prepareForLackOfMemory(const std::string& name, std::size_t behind, Format 
 }
 
 // Decodes the inputs in order. The status is kDone, or `failure` where an input could not be decoded.
-int decodeAll(const Names& names, Format format, const Decode& decode, int failure = kBadInput) {
+int decodeAll(const Names& names, Format format, const Decode& decode, int failure = kFailed) {
   int status = kDone;
   for (std::size_t i = 0; i < names.size() && flush(); ++i) {
     const auto& name = names[i];
@@ -148,12 +148,12 @@ std::string checksumLine(const std::string& name, const std::string& checksum, b
 }  // namespace
 
 int printBuffers(const std::string& stringTable, const Names& buffers, Format format) {
-  prepareForLackOfMemory(stringTable, buffers.size(), format, kBadInput);
+  prepareForLackOfMemory(stringTable, buffers.size(), format, kFailed);
   Bytes table;
   if (const auto problem = table.read(stringTable); !problem.empty()) {
     if (format == Format::kJson) write(problemAsJson(stringTable, problem));
     complain(stringTable, problem);
-    return finish(kBadInput);
+    return finish(kFailed);
   }
   return decodeAll(buffers, format, [&](const std::string& name, const Bytes& buffer) {
     // The library reads a format up to its NUL; the one behind the table's bytes ends a last string that lacks its own.

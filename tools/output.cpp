@@ -117,7 +117,7 @@ void complain(std::string_view name, const std::string& problem) {
 int finish(int status) {
   if (flush()) return status;
   if (writeError != EPIPE) complain("standard output", std::strerror(writeError));  // a closed pipe needs no words
-  return kBadInput;
+  return kFailed;
 }
 
 }  // namespace tool

@@ -22,7 +22,7 @@ constexpr std::uint32_t kStartOffsetBehind = 4;
 // Deliberate (design.md, "16-bit positions"): an entry's newest tag, its start offset and its PC are read at positions
 // cut to 16 bits once they are reduced to the ring, as the device has them. In rings of more than 65,536 bytes that
 // makes them other positions. Those of the backward walk, of the gathered PCs and of the descriptor are not cut.
-std::uint16_t cut(std::uint32_t position) { return static_cast<std::uint16_t>(position); }
+std::uint16_t low16Bits(std::uint32_t position) { return static_cast<std::uint16_t>(position); }
 
 bool isKnown(Tag tag) {
   return tag == Tag::kEdma || tag == Tag::kGlsu || tag == Tag::kRingBufferAte || rbKind(tag) != kRbKinds;
@@ -88,9 +88,9 @@ std::optional<std::uint32_t> descriptorSize(const Log& log, Tag tag, std::uint16
 }
 
 // Fills in the entry whose newest record ends at `writeOffset`. Says whether there is one that can be decoded.
-bool find(const Log& log, std::uint16_t writeOffset, Entry& entry) {
+bool fill(const Log& log, std::uint16_t writeOffset, Entry& entry) {
   if (log.ringSize() == 0) return false;
-  const std::uint16_t tagPosition = cut(log.ring(writeOffset - kTagBehind));
+  const std::uint16_t tagPosition = low16Bits(log.ring(writeOffset - kTagBehind));
   entry.tag = Tag{log.u16(tagPosition)};
   if (!isKnown(entry.tag)) return false;
 
@@ -103,14 +103,14 @@ bool find(const Log& log, std::uint16_t writeOffset, Entry& entry) {
     if (anchor > log.size()) return false;
   }
 
-  entry.start = log.u16(cut(log.ring(writeOffset - kStartOffsetBehind)));
+  entry.start = log.u16(low16Bits(log.ring(writeOffset - kStartOffsetBehind)));
   if (entry.start > log.size()) return false;
   const auto units = log.descriptorUnits(entry.start);
   if (!units) return entry.rbTotal() > 0;
   const auto size = descriptorSize(log, entry.tag, *units);
   if (!size) return false;
   entry.descSize = *size;
-  entry.pc = log.u32(cut(log.ring(anchor - kRecordSize)));
+  entry.pc = log.u32(low16Bits(log.ring(anchor - kRecordSize)));
   return true;
 }
 
@@ -118,7 +118,7 @@ bool find(const Log& log, std::uint16_t writeOffset, Entry& entry) {
 // moved there.
 std::optional<Entry> locate(const Log& log, std::uint16_t writeOffset) {
   std::optional<Entry> entry(std::in_place);
-  if (!find(log, writeOffset, *entry)) entry.reset();
+  if (!fill(log, writeOffset, *entry)) entry.reset();
   return entry;
 }
 

@@ -50,7 +50,7 @@ struct PcLabel {
 };
 
 // Deliberate (design.md, "Signed counts"): one of 2^31 and more stands for none.
-std::uint32_t elements(std::uint32_t count) { return count > INT32_MAX ? 0 : count; }
+std::uint32_t signedCount(std::uint32_t count) { return count > INT32_MAX ? 0 : count; }
 
 template <typename Place>
 Place putLogHeader(Place at, const DescBufInfo& record) {
@@ -110,7 +110,7 @@ Place putRbSection(Place at, const char (&name)[n], bool has, bool saysNo, const
     at = put(at, name);
     at = has ? put(at, ": yes\n") : put(at, ": no\n");
   }
-  return putPcs(at, label, pcs, elements(count));
+  return putPcs(at, label, pcs, signedCount(count));
 }
 
 // From the PC on.
@@ -129,7 +129,7 @@ Place putEntry(Place at, const DescBufInfo& record, bool inArray) {
   if (record.isGlsu == 1) at = put(at, "Type: GLSU\n");
   if (isRb) at = put(at, "Type: RingBufferATE\n");
   at = putLine(at, "Size: ", record.descSize);
-  at = putTable(at, record.desc, elements(record.descSize));
+  at = putTable(at, record.desc, signedCount(record.descSize));
   at = putRbSection(at, "\nRB_next_PTR", (record.hasRbNextPtr & 1) != 0, isRb, inArray ? kNextPtrInArray : kNextPtr,
                     record.rbNextPtrPcs, record.rbNextPtrCount);
   at = putRbSection(at, "\nRB_end", (record.hasRbEnd & 1) != 0, isRb, kEnd, record.rbEndPcs, record.rbEndCount);

@@ -55,9 +55,9 @@ char* write(char* at, const Conversion& conversion, float value) {
 // More than {fmt} needs: a sign, the 39 digits of the largest float, a point, the digits that the precision asks for or
 // six, or else a prefix or zeros in front and an exponent; and one more than the width.
 std::size_t mostCharacters(const Conversion& conversion) {
-  constexpr std::size_t kMostOfFloat = 64;
+  constexpr std::size_t kMaxOfFloat = 64;
   const int precision = std::max(conversion.precision, 0);
-  return kMostOfFloat + static_cast<std::size_t>(conversion.width) + static_cast<std::size_t>(precision);
+  return kMaxOfFloat + static_cast<std::size_t>(conversion.width) + static_cast<std::size_t>(precision);
 }
 
 }  // namespace

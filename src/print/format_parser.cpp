@@ -211,7 +211,7 @@ class FormatParser {
     if (to.isLeft) to.isZeroPadded = false;
     // {fmt} miscounts some texts without a fraction when it pads them; that is left to it.
     const bool isMiscounted = to.precision == 0 && (to.width != 0 || to.isAlternate);
-    if ((type != 'f' && type != 'F') || to.precision > Conversion::kMostFixedPrecision || isMiscounted) return;
+    if ((type != 'f' && type != 'F') || to.precision > Conversion::kMaxFixedPrecision || isMiscounted) return;
     to.kind = Conversion::Kind::kFixed;
     if (to.precision == Conversion::kNoPrecision) to.precision = 6;
   }

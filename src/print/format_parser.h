@@ -32,7 +32,7 @@ struct Conversion {
   int precision;  // kNoPrecision only where the kind is kByFmt
 
   static constexpr int kNoPrecision = -1;
-  static constexpr int kMostFixedPrecision = 9;
+  static constexpr int kMaxFixedPrecision = 9;
 };
 
 // Some text, and the conversion behind it.

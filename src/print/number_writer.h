@@ -18,7 +18,7 @@ inline bool isInRange(const Conversion& conversion, std::uint32_t word) {
 
 // What a number may need beyond its width or precision, whichever is larger: 32 binary digits with a prefix of three
 // characters are the most.
-inline constexpr std::size_t kMostOfNumber = 40;
+inline constexpr std::size_t kMaxOfNumber = 40;
 
 std::size_t numberSize(const Conversion& conversion, std::uint32_t word);
 

@@ -25,7 +25,7 @@ constexpr std::uint32_t kThreadsPerSubmask = 16;
 // same.
 std::uint32_t selectedThreads(std::uint32_t submask) { return (submask | submask >> 1) & 0x55555555; }
 
-constexpr std::size_t kMostHeaderBlock = 200;  // 199 with the longest numbers
+constexpr std::size_t kMaxHeaderBlock = 200;  // 199 with the longest numbers
 
 template <std::size_t size>
 char* writeHeaderLine(char* at, const char (&name)[size], std::uint32_t number, int base) {
@@ -35,7 +35,7 @@ char* writeHeaderLine(char* at, const char (&name)[size], std::uint32_t number, 
 }
 
 void appendHeaderBlock(Text& out, const PrintBufInfo& info, const Submasks& submasks) {
-  char* at = out.makeRoom(kMostHeaderBlock);
+  char* at = out.makeRoom(kMaxHeaderBlock);
   at = writeHeaderLine(at, "Graph Id: ", info.graphId, 10);
   at = writeHeaderLine(at, "Kernel Id: ", info.kernelId, 10);
   at = writeHeaderLine(at, "Instance Id: ", info.instanceId, 10);
@@ -55,11 +55,11 @@ class LineWriter {
     out.expectLines(lines);
   }
 
-  // `writeLabel` writes at most kMostLabel characters and returns their end. A line asks for room once: for as much as
+  // `writeLabel` writes at most kMaxLabel characters and returns their end. A line asks for room once: for as much as
   // the longest one needs.
   template <typename WriteLabel>
   void append(WriteLabel writeLabel, std::uint32_t word) {
-    if (out_.room() > kMostLabel + values_.mostCharacters()) {
+    if (out_.room() > kMaxLabel + values_.mostCharacters()) {
       char* const end = values_.write(writeLabel(out_.end()), word);
       if (end != nullptr) {
         *end = '\n';
@@ -71,15 +71,15 @@ class LineWriter {
   }
 
  private:
-  static constexpr std::size_t kMostLabel = 32;
+  static constexpr std::size_t kMaxLabel = 32;
 
   // A line that has less room may need less as well, and no memory is taken before it has to be.
   template <typename WriteLabel>
   [[gnu::noinline]] void appendByPieces(WriteLabel writeLabel, std::uint32_t word) {
-    if (out_.room() >= kMostLabel) {
+    if (out_.room() >= kMaxLabel) {
       out_.setEnd(writeLabel(out_.end()));
     } else {
-      char label[kMostLabel];
+      char label[kMaxLabel];
       out_.append({label, static_cast<std::size_t>(writeLabel(label) - label)});
     }
     values_.append(out_, word);

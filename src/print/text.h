@@ -69,12 +69,12 @@ class Text {
 
   // Takes memory for the lines to come as well, judging by those that are there.
   [[gnu::noinline]] void enlarge(std::size_t count) {
-    constexpr std::size_t kMostInAdvance = 1 << 20;
+    constexpr std::size_t kMaxInAdvance = 1 << 20;
     const std::size_t used = size();
     const std::size_t line = linesDone_ == 0 ? count : (used - linesBegin_) / linesDone_;
     const std::size_t others = line * (lines_ - std::min(lines_, linesDone_ + 1));
     buffer_.resize(used);
-    buffer_.reserve(used + count + std::min(others + others / 4, kMostInAdvance));
+    buffer_.reserve(used + count + std::min(others + others / 4, kMaxInAdvance));
     end_ = buffer_.data() + used;
     limit_ = buffer_.data() + buffer_.capacity();
   }

@@ -31,7 +31,7 @@ std::size_t mostCharactersOf(const Conversion& conversion) {
   if (conversion.kind == Kind::kByFmt) return INT_MAX;
   const int width = conversion.isWidthValue ? INT_MAX : conversion.width;
   const int precision = conversion.isPrecisionValue ? INT_MAX : conversion.precision;
-  return kMostOfNumber + static_cast<std::size_t>(std::max({width, precision, 0}));
+  return kMaxOfNumber + static_cast<std::size_t>(std::max({width, precision, 0}));
 }
 
 // All eight digits are found at once, and written behind one another without the leading zeros.
@@ -49,7 +49,7 @@ char* writeHex(char* at, std::uint32_t number) {
   return at + count;
 }
 
-// By a conversion of the kind kPlain, where there is room for kMostOfNumber characters.
+// By a conversion of the kind kPlain, where there is room for kMaxOfNumber characters.
 char* writePlain(char* at, char type, std::uint32_t word) {
   if (type == 'x') return writeHex(at, word);
   if (type == 'd' && word >> 31 != 0) {
