@@ -1,5 +1,6 @@
 // Runs a fuzz target on files, with any compiler: replay DIRECTORY
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -8,7 +9,7 @@
 #include <iterator>
 #include <string>
 
-#include "fuzz.h"
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 int main(int argc, char** argv) {
   if (argc != 2) return 2;

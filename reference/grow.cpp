@@ -221,12 +221,11 @@ std::string growKernel(Seed seed) {
       case 4:
         append(kernel, random(), 1 + count % 4);
         break;
-      default: {  // a bundle, full of the pattern or of what is nearly it, in the final slot too
+      default: {  // a bundle, mostly with few counted slots, full of the pattern or of what is nearly it
         constexpr std::uint32_t kOpcodes[] = {0x1F, 0x3B, 0x3F, 0x7F};
-        const std::uint32_t head = (random() & 0xFF80) | kOpcodes[count % 4];
-        append(kernel, head, 2);
-        const std::uint32_t pattern = 0xF9000040 ^ (count < 16 ? 0 : 1U << random() % 32);
-        for (std::uint32_t parcel = 0; parcel < count % 4 + 2; ++parcel) append(kernel, pattern, 4);
+        append(kernel, (random() & random() & 0xFF80) | kOpcodes[count % 4], 2);
+        const std::uint32_t parcel = 0xF940 ^ (count < 16 ? 0 : 1U << random() % 16);
+        appendMany(4 + count % 4 * 2, parcel, 2);
         break;
       }
     }

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace zarn::inputs {
 
@@ -23,6 +24,7 @@ class Seed {
     for (int i = 0; i < width; ++i) value |= static_cast<std::uint32_t>(byte()) << 8 * i;
     return value;
   }
+  std::string_view rest() const { return {reinterpret_cast<const char*>(data_), size_}; }
 
  private:
   const std::uint8_t* data_;

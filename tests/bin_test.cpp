@@ -36,6 +36,9 @@ TEST(Checksum, EqualsTheRecordedValues) {
   EXPECT_EQ(checksum(counting.substr(0, 32)), 0xCBF59C5116FF32B4);
   EXPECT_EQ(checksum(counting.substr(0, 63)), 0xE26AA9E2A95F8E4F);
   EXPECT_EQ(checksum(counting), 0x6AC1E58032166597);
+  if (const GuardedBytes zeros((std::size_t{4} << 30) + 1); zeros) {
+    EXPECT_EQ(clc_bin_compute_checksum(zeros.data(), zeros.size(), &stored), 0xC80072E34BB87D3B);
+  }
 }
 
 int scan(const std::string& bytes) {

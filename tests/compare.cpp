@@ -18,18 +18,18 @@ namespace {
 
 using Text = std::optional<std::string>;
 
-struct Comparison {
+struct BothWays {
   const char* what;
   std::function<Text()> library;
   std::function<Text()> reference;
 };
 
 // What differs first, with what follows there.
-std::string firstDifference(std::initializer_list<Comparison> comparisons) {
+std::string firstDifference(std::initializer_list<BothWays> operations) {
   const auto part = [](const Text& text, std::size_t at) {
     return text ? '"' + text->substr(std::min(at, text->size()), 40) + '"' : "null";
   };
-  for (const auto& [what, library, reference] : comparisons) {
+  for (const auto& [what, library, reference] : operations) {
     const long before = liveAllocations();
     if (const Text found = library(), expected = reference(); found != expected) {
       std::size_t at = 0;
@@ -148,4 +148,28 @@ std::string compareKernel(const void* kernel, std::size_t length) {
                              return returned == stored ? std::to_string(stored) : "two values";
                            },
                            [&] { return std::to_string(reference::checksum(kernel, length)); }}});
+}
+
+Comparison compareGrownPrint(zarn::inputs::Seed seed) {
+  const auto input = zarn::inputs::growPrint(seed);
+  const ExactBytes buffer(input.buffer, input.stringTable.size() % 4);
+  const ExactBytes table(input.stringTable);
+  return {comparePrint(buffer.data(), buffer.size(), table.data(), table.size()),
+          reference::printHeader(buffer.data(), buffer.size(), table.data(), table.size()).has_value()};
+}
+
+Comparison compareGrownLog(zarn::inputs::Seed seed) {
+  const auto bytes = zarn::inputs::growLog(seed);
+  const ExactBytes log(bytes, bytes.size() % 2);
+  const auto release = [](DescBufInfo* record) { reference::release(record); };
+  return {compareLog(log.data(), log.size()),
+          describeOne(reference::decodeNewest(log.data(), log.size()), release).has_value()};
+}
+
+// Compares the seed itself as well.
+Comparison compareGrownKernel(zarn::inputs::Seed seed) {
+  const ExactBytes plain(seed.rest(), 1);
+  const ExactBytes grown(zarn::inputs::growKernel(seed));
+  return {compareKernel(plain.data(), plain.size()) + compareKernel(grown.data(), grown.size()),
+          reference::hasEdma(grown.data(), static_cast<std::int64_t>(grown.size()))};
 }

@@ -6,6 +6,17 @@
 #include <cstdint>
 #include <string>
 
+#include "grow.h"
+
 std::string comparePrint(const void* buffer, std::size_t size, const char* stringTable, std::size_t stringTableSize);
 std::string compareLog(const void* log, std::uint64_t size);
 std::string compareKernel(const void* kernel, std::size_t length);
+
+// The same of what a seed grows into.
+struct Comparison {
+  std::string difference;
+  bool isDecoded;  // not rejected; of a kernel: it has an eDMA instruction
+};
+Comparison compareGrownPrint(zarn::inputs::Seed seed);
+Comparison compareGrownLog(zarn::inputs::Seed seed);
+Comparison compareGrownKernel(zarn::inputs::Seed seed);

@@ -8,11 +8,13 @@
 #include <bit>
 #include <climits>
 #include <clocale>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <locale>
 #include <string>
+#include <vector>
 
 #include "compare.h"
 #include "inputs.h"
@@ -167,6 +169,11 @@ TEST(PrintText, GrowsAtAnyCharacter) {
       }
     }
   }
+  // The longest numbers; room for a line may be just what it needs.
+  auto print = printBuffer(6);
+  print.data.fill(0xFFFFFFFF);
+  std::string format;
+  for (int count = 0; count < 100; ++count) ASSERT_EQ(difference(print.bytes(), format += "%1$+#b"), "") << count;
 }
 
 TEST(PrintText, SelectsThreadsByTheirOwnSubmask) {
@@ -236,9 +243,13 @@ TEST(PrintText, EqualsFmtForAnyValue) {
     ASSERT_EQ(difference(buffers[1], std::string("%1$f %1$.") + digits + "f %1$+015.4F"), "") << word;
   }
   // Halves go to the even digit; and a carry makes the number longer.
-  for (const float value : {0.5F, 1.5F, 2.5F, 9.5F, 99.5F, 0.25F, 0.75F, 0.0625F, 9.96875F, 0.99999994F, 16777215.F}) {
+  std::vector<float> values = {0.5F, 1.5F, 2.5F, 9.5F, 99.5F, 0.25F, 0.75F, 0.0625F, 9.96875F, 0.99999994F, 16777215.F};
+  for (float power = 1; power < 1e21F; power *= 10) {
+    values.insert(values.end(), {power, std::nextafter(power, 0.F), -std::nextafter(power, 1e30F)});
+  }
+  for (const float value : values) {
     zarn::inputs::put(buffers[1], 44, std::bit_cast<std::uint32_t>(value), 4);
-    ASSERT_EQ(difference(buffers[1], "%1$.0f %1$.1f %1$.2f %1$.3f %1$.7f"), "") << value;
+    ASSERT_EQ(difference(buffers[1], "%1$.0f %1$.1f %1$.2f %1$.3f %1$.7f %1$30f"), "") << value;
   }
 }
 
@@ -256,6 +267,7 @@ TEST(PrintText, MalformedConversionsGiveWhatTheyShould) {
     EXPECT_EQ(valueText(row[0], kSingleWord, word), row[2]) << row[0];
     EXPECT_EQ(valueText(row[0], kSingleFloat, word), row[3]) << row[0];
   }
+  EXPECT_EQ(valueText("%1$x%1$*u%1$*u", kSingleWord, 600).size(), 1203);  // each '*' could be a width of 2 GiB
   // The largest count that '*' can take; %c has no use for a precision.
   EXPECT_EQ(valueText("%1$.*c|", kSingleWord, INT_MAX), "\xFF|");
   EXPECT_EQ(valueText("%.2147483647c|", kSingleWord, 'A'), "A|");

@@ -20,41 +20,23 @@ namespace {
 
 using namespace zarn::inputs;
 
-// Calls check(seed) for `count` seeds of up to `longest` bytes, the same in every run.
-template <typename Check>
-void forSeeds(int count, std::size_t longest, Check check) {
+// Compares what `count` seeds of up to `longest` bytes grow into, the same in every run. Enough have to be decoded.
+void compareGrown(Comparison (*compare)(Seed), int count, std::size_t longest) {
   std::mt19937 random;
+  int decoded = 0;
   for (int i = 0; i < count; ++i) {
     std::string seed(random() % longest, '\0');
     for (char& c : seed) c = static_cast<char>(random());
-    const auto difference = check(Seed(reinterpret_cast<const std::uint8_t*>(seed.data()), seed.size()));
+    const auto [difference, isDecoded] = compare({reinterpret_cast<const std::uint8_t*>(seed.data()), seed.size()});
     ASSERT_EQ(difference, "") << "seed " << i;
+    decoded += isDecoded;
   }
+  EXPECT_GT(decoded, count / 6);
 }
 
-TEST(Reference, PrintBuffers) {
-  forSeeds(8000, 60, [](Seed seed) {
-    const auto input = growPrint(seed);
-    const ExactBytes buffer(input.buffer, input.stringTable.size() % 4);
-    const ExactBytes table(input.stringTable);
-    return comparePrint(buffer.data(), buffer.size(), table.data(), table.size());
-  });
-}
-
-TEST(Reference, Logs) {
-  forSeeds(12000, 60, [](Seed seed) {
-    const auto bytes = growLog(seed);
-    const ExactBytes log(bytes, bytes.size() % 2);
-    return compareLog(log.data(), log.size());
-  });
-}
-
-TEST(Reference, Kernels) {
-  forSeeds(8000, 30, [](Seed seed) {
-    const ExactBytes kernel(growKernel(seed), 1);
-    return compareKernel(kernel.data(), kernel.size());
-  });
-}
+TEST(Reference, PrintBuffers) { compareGrown(compareGrownPrint, 8000, 60); }
+TEST(Reference, Logs) { compareGrown(compareGrownLog, 12000, 60); }
+TEST(Reference, Kernels) { compareGrown(compareGrownKernel, 8000, 30); }
 
 // Every size, with start offsets and write offsets round the limits of buffer and ring.
 TEST(Reference, LogsBetweenGuardPages) {

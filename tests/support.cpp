@@ -123,7 +123,9 @@ std::vector<std::vector<std::string>> readCases(const std::string& name, std::si
     auto& row = rows.emplace_back();
     std::istringstream stream(line + '\t');
     for (std::string field; std::getline(stream, field, '\t');) row.push_back(field);
-    if (row.size() < fields) std::abort();
+    if (row.size() >= fields) continue;
+    std::fprintf(stderr, "%s: a row of fewer than %zu columns: %s\n", name.c_str(), fields, line.c_str());
+    std::abort();
   }
   if (rows.empty()) std::abort();
   return rows;

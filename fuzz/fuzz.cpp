@@ -1,0 +1,35 @@
+// A fuzz target: compares what an input grows into by COMPARE, one of the functions of compare.h. libFuzzer calls it
+// with what it makes up, and replay.cpp with files.
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+
+#include "compare.h"
+#include "grow.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
+namespace {
+
+// Told when the program ends.
+struct Share {
+  long runs = 0;
+  long decoded = 0;
+  ~Share() { std::fprintf(stderr, "decoded: %ld of %ld inputs\n", decoded, runs); }
+};
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static Share share;
+  const auto [difference, isDecoded] = COMPARE(zarn::inputs::Seed(data, size));
+  if (!difference.empty()) {
+    std::fprintf(stderr, "library and reference differ: %s\n", difference.c_str());
+    std::abort();
+  }
+  ++share.runs;
+  share.decoded += isDecoded;
+  return 0;
+}
