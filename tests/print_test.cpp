@@ -147,6 +147,7 @@ TEST(PrintText, TakesMemoryForTheRecordTheTextAndWhatIsBeyond500Characters) {
     EXPECT_EQ(allocations(floats, format), "56 501[]") << format;
     EXPECT_NE(allocations(floats, literal(1) + format), "56 502[]") << format;
   }
+  EXPECT_EQ(allocations(floats, "%.2147483647g"), "56 " + std::to_string(header + 3) + "[]");  // of 0: "0"
   // 128 lines find room at once, judged by the first of them: there is no allocation but that and the two others.
   const auto blanks = [](const std::string& text) { return std::count(text.begin(), text.end(), ' '); };
   EXPECT_EQ(blanks(allocations(printBuffer(6).bytes(), "value %d")), 2);
