@@ -65,16 +65,16 @@ std::string describe(const DescBufInfo& record) {
          std::string(record.desc, record.desc + record.descSize);
 }
 
-template <typename Release>
-Text describeOne(DescBufInfo* record, Release release) {
+Text describeOne(DescBufInfo* record, void (*release)(DescBufInfo*)) {
   if (record == nullptr) return std::nullopt;
   auto text = describe(*record);
   release(record);
   return text;
 }
 
-template <typename GetAll, typename Release>
-Text describeAll(const void* log, std::uint64_t size, GetAll getAll, Release release) {
+using GetAll = DescBufInfo**(const void* log, std::uint64_t size, std::uint32_t* count);
+
+Text describeAll(const void* log, std::uint64_t size, GetAll getAll, void (*release)(DescBufInfo**, std::uint32_t)) {
   std::uint32_t count = 77;
   DescBufInfo** records = getAll(log, size, &count);
   auto text = std::to_string(count) + " entries\n";
@@ -82,6 +82,11 @@ Text describeAll(const void* log, std::uint64_t size, GetAll getAll, Release rel
   for (std::uint32_t i = 0; i < count; ++i) text += "entry " + std::to_string(i) + ": " + describe(*records[i]) + '\n';
   release(records, count);
   return text;
+}
+
+void release(DescBufInfo* record) { db_free_desc_buffer_info(&record); }
+void release(DescBufInfo** records, std::uint32_t count) {
+  db_free_desc_buffer_info_array(records, static_cast<std::int32_t>(count));
 }
 
 std::string describe(const PrintBufInfo& info) {
@@ -115,21 +120,10 @@ std::string comparePrint(const void* buffer, std::size_t size, const char* table
 
 std::string compareLog(const void* log, std::uint64_t size) {
   return firstDifference(
-      {{"newest entry",
-        [&] {
-          return describeOne(db_get_desc_buffer_info(log, size), [](auto* info) { db_free_desc_buffer_info(&info); });
-        },
-        [&] { return describeOne(reference::decodeNewest(log, size), [](auto* info) { reference::release(info); }); }},
-       {"array",
-        [&] {
-          return describeAll(log, size, db_get_desc_buffer_info_array, [](auto** records, std::uint32_t count) {
-            db_free_desc_buffer_info_array(records, static_cast<std::int32_t>(count));
-          });
-        },
-        [&] {
-          return describeAll(log, size, reference::decodeAll,
-                             [](auto** records, std::uint32_t count) { reference::release(records, count); });
-        }},
+      {{"newest entry", [&] { return describeOne(db_get_desc_buffer_info(log, size), release); },
+        [&] { return describeOne(reference::decodeNewest(log, size), reference::release); }},
+       {"array", [&] { return describeAll(log, size, db_get_desc_buffer_info_array, release); },
+        [&] { return describeAll(log, size, reference::decodeAll, reference::release); }},
        {"report", [&] { return textOf([&] { return db_get_desc_string(log, size); }, db_free_desc_string); },
         [&] { return reference::report(log, size); }},
        {"array report",
@@ -161,9 +155,8 @@ Comparison compareGrownPrint(zarn::inputs::Seed seed) {
 Comparison compareGrownLog(zarn::inputs::Seed seed) {
   const auto bytes = zarn::inputs::growLog(seed);
   const ExactBytes log(bytes, bytes.size() % 2);
-  const auto release = [](DescBufInfo* record) { reference::release(record); };
   return {compareLog(log.data(), log.size()),
-          describeOne(reference::decodeNewest(log.data(), log.size()), release).has_value()};
+          describeOne(reference::decodeNewest(log.data(), log.size()), reference::release).has_value()};
 }
 
 // Compares the seed itself as well.
