@@ -369,7 +369,7 @@ ZARN_UTILITY_API uint64_t clc_bin_compute_checksum(const void* bytes, uint64_t l
  * 29, 30 and 31 set. Words, and the other slots of a bundle, never count.
  *
  * The scan ends at the first eDMA instruction, at the stop marker ("prot" where an instruction begins, with at least
- * one byte behind it), or at the end of the binary.
+ * one byte after it), or at the end of the binary.
  *
  * bytes   the binary; may be null when length is below 1
  * length  its size in bytes

@@ -9,7 +9,7 @@
 
 namespace zarn::inputs {
 
-// Takes a seed apart from its front; gives zeros behind its end.
+// Takes a seed apart from its front; gives zeros past its end.
 class Seed {
  public:
   Seed(const std::uint8_t* data, std::size_t size) : data_(data), size_(size) {}

@@ -1,6 +1,6 @@
 // How {fmt} 7's printf reads a format with one argument, and which conversions are silent.
 //
-// With its error reports compiled out {fmt} can't be given every conversion: it would read behind the format's end,
+// With its error reports compiled out {fmt} can't be given every conversion: it would read past the format's end,
 // shift by a negative count, or try to write text of 2 GiB and more. These give no text, but use up their argument:
 //
 //   - a conversion that breaks off after a length modifier ("%ll" at the end of the format);

@@ -192,7 +192,7 @@ TEST(PrintText, SelectsThreadsByTheirOwnSubmask) {
 }
 
 // Every flag set, width, precision, length and conversion, also broken off in front of its type; and with another
-// conversion before or behind it, where the flags are few.
+// conversion before or after it, where the flags are few.
 TEST(PrintText, EqualsFmtOverItsWholeGrammar) {
   constexpr std::uint32_t kWords[] = {0, 9, 100, 0x7FFFFFFF, 0xFFFFFF85, 0x3FC00000, 0xC2F6E979, 0x7FC00000};
   std::size_t compared = 0;

@@ -33,7 +33,7 @@ std::atomic<std::size_t> lastArraySize = 0;
 constexpr std::size_t kSlots = 1 << 18;
 std::atomic<std::uintptr_t> slots[kSlots];
 
-// Replaces `from` by `to` in the first slot that holds it, at or behind the place of the address.
+// Replaces `from` by `to` in the first slot that holds it, at or after the place of the address.
 bool replace(std::uintptr_t address, std::uintptr_t from, std::uintptr_t to) {
   for (std::size_t i = 0; i < kSlots; ++i) {
     auto& slot = slots[(address / 16 * 0x9E3779B1 + i) % kSlots];

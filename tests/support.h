@@ -55,7 +55,7 @@ class ExactBytes {
   std::unique_ptr<char[]> memory_;
 };
 
-// Zeros to write to, right in front of memory that can't be read or right behind it, so that a stray access there ends
+// Zeros to write to, right in front of memory that can't be read or right after it, so that a stray access there ends
 // the program. Only pages that are written to take memory, so there may be gibibytes of them.
 class GuardedBytes {
  public:

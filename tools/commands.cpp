@@ -43,8 +43,8 @@ Outcome failed(std::string problem) { return {std::move(problem), false}; }
 
 using Decode = std::function<Outcome(const std::string& name, const Bytes&)>;
 
-void prepareForLackOfMemory(const std::string& name, std::size_t behind, Format format, int status) {
-  const auto problem = kOutOfMemory + ("; inputs behind it that were not decoded: " + std::to_string(behind));
+void prepareForLackOfMemory(const std::string& name, std::size_t inputsAfter, Format format, int status) {
+  const auto problem = kOutOfMemory + ("; inputs after it that were not decoded: " + std::to_string(inputsAfter));
   setLastWords({.toOutput = format == Format::kJson ? problemAsJson(name, kOutOfMemory) : "",
                 .toError = complaint(name, problem),
                 .status = status});
@@ -156,7 +156,7 @@ int printBuffers(const std::string& stringTable, const Names& buffers, Format fo
     return finish(kFailed);
   }
   return decodeAll(buffers, format, [&](const std::string& name, const Bytes& buffer) {
-    // The library reads a format up to its NUL; the one behind the table's bytes ends a last string that lacks its own.
+    // The library reads a format up to its NUL; the one after the table's bytes ends a last string that lacks its own.
     const PrintText text(db_get_printf_string(buffer.data(), buffer.size(), table.data(), table.size()));
     if (text == nullptr) return failed(printBufferProblem(buffer, table));
     if (format == Format::kJson) {
@@ -165,7 +165,7 @@ int printBuffers(const std::string& stringTable, const Names& buffers, Format fo
     } else {
       showText(buffers, name, text.get());
     }
-    // The library ends every line, so a text without a line end goes on behind a NUL.
+    // The library ends every line, so a text without a line end goes on after a NUL.
     const bool isCut = !std::string_view(text.get()).ends_with('\n');
     return Outcome{isCut ? "a NUL cut the text short" : "", true};
   });

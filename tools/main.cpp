@@ -71,7 +71,7 @@ Show print buffers as text.
   --strings TABLE    string table that the buffers' formats lie in; - is standard input
   --json             write one JSON object a line for each buffer
   -h, --help         show this
-  --                 everything behind is a name
+  --                 everything after it is a name
 
 Exit status: 0 when every buffer was decoded, 1 when one could not be read or decoded, 2 for wrong usage.
 
@@ -93,7 +93,7 @@ Report on descriptor logs.
   --all         every entry from the newest backwards, not only the newest
   --json        write one JSON object a line for each log
   -h, --help    show this
-  --            everything behind is a name
+  --            everything after it is a name
 
 Exit status: 0 when every log was decoded, 1 when one could not be read or decoded, 2 for wrong usage.
 
@@ -118,7 +118,7 @@ Checksum kernel binaries and look for eDMA instructions.
   -q, --quiet    write nothing; the exit status tells whether there is an eDMA instruction
   --json         write one JSON object a line for each binary
   -h, --help     show this
-  --             everything behind is a name
+  --             everything after it is a name
 
 Exit status: 0 when every binary was read, 1 when one could not be, 2 for wrong usage.
 With --quiet: 0 when a binary has an eDMA instruction, 1 when none has, 2 when one could not be read or for wrong usage.

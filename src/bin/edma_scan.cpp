@@ -90,7 +90,7 @@ Result scan(const std::uint8_t* at, const std::uint8_t* end, const std::uint8_t*
     const std::uint32_t head = loadU16(at);
     const std::uint32_t length = kLengths[*at].bytes + (head >> 11 & kLengths[*at].extension);
     if (isEdma(at, head, length)) return {Outcome::kFound, at};
-    // Deliberate (design.md, "Stop marker"): it counts only with something behind it, and, as it begins like a short
+    // Deliberate (design.md, "Stop marker"): it counts only with something after it, and, as it begins like a short
     // instruction, only where one may begin.
     if (loadU32(at) == kStopMarker && end - at > 4) return {Outcome::kStopped, at};
     at += length;

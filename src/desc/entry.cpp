@@ -28,7 +28,7 @@ bool isKnown(Tag tag) {
   return tag == Tag::kEdma || tag == Tag::kGlsu || tag == Tag::kRingBufferAte || rbKind(tag) != kRbKinds;
 }
 
-// Counts the ring-buffer records among `most` that lie one behind the other in one piece, backwards from the one whose
+// Counts the ring-buffer records among `most` that lie one after the other in one piece, backwards from the one whose
 // tag lies at `position` up to the first of another kind, and says how many they were.
 std::uint32_t countBack(const Log& log, std::uint32_t position, std::uint32_t most, Entry& entry) {
   const std::uint8_t* const ring = log.at(0);

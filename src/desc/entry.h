@@ -34,7 +34,7 @@ constexpr std::size_t rbKind(Tag tag) {
   return kind;
 }
 
-constexpr std::uint32_t kHeaderSize = 4;  // the descriptor begins that many bytes behind its header's start
+constexpr std::uint32_t kHeaderSize = 4;  // the descriptor begins that many bytes after its header's start
 
 struct Entry {
   Tag tag{};                 // of the newest record

@@ -16,7 +16,7 @@ constexpr std::uint32_t kRecordSize = 8;
 constexpr std::uint32_t kTagInRecord = 6;  // the PC lies at 0
 
 // Records of one kind mostly come in runs, and a circle of entries can lead over the same ones many times. So both ways
-// over them, back and forth, take four of a run at a step where this says that the three behind the one whose `tag` is
+// over them, back and forth, take four of a run at a step where this says that the three after the one whose `tag` is
 // given, `step` bytes from each to the next, are of its kind. One at a step, the array decode of a ring full of end
 // records took 1.4 times as long, and 1.7 times with a look at the kind of each.
 inline bool areNextThree(std::uint16_t kind, const std::uint8_t* tag, std::ptrdiff_t step) {
@@ -48,7 +48,7 @@ class Log {
 
   // The bytes from ring(position) on.
   // Deliberate (design.md, "Words past the end"): words continue in the buffer, not in the ring. Up to 64 bytes are
-  // readable even behind the ring's last byte, in the trailer.
+  // readable even past the ring's last byte, in the trailer.
   const std::uint8_t* at(std::uint32_t position) const { return bytes_ + ring(position); }
 
   std::uint16_t u16(std::uint32_t position) const { return loadU16(at(position)); }
@@ -70,7 +70,7 @@ class Log {
     return static_cast<std::uint32_t>(std::min<std::uint64_t>(ringSize_ - ring(position), kPositions - position));
   }
 
-  // Goes through `count` records one behind the other from ring(position) on: calls visit(records, n) for every n of
+  // Goes through `count` records one after the other from ring(position) on: calls visit(records, n) for every n of
   // them that lie in one piece.
   template <typename Visit>
   void visitRecords(std::uint32_t position, std::uint32_t count, Visit visit) const {

@@ -1,6 +1,6 @@
 // Decoded records as text.
 //
-// Each function takes the place where its text goes and returns the place behind it. A place is either a pointer, and
+// Each function takes the place where its text goes and returns the place after it. A place is either a pointer, and
 // the text is written there, or a number, and the text is only counted: the same code does both, so that a text can
 // have memory of exactly its size before it is written.
 #pragma once

@@ -14,7 +14,7 @@ struct Conversion {
     kNone,     // no text
     kPlain,    // d, u or x of an integer, and nothing else
     kInteger,  // any other conversion of an integer
-    kFixed,    // f or F of a float with at most nine digits behind the point
+    kFixed,    // f or F of a float with at most nine digits after the point
     kByFmt,    // any other conversion of a float
   };
 
@@ -35,7 +35,7 @@ struct Conversion {
   static constexpr int kMaxFixedPrecision = 9;
 };
 
-// Some text, and the conversion behind it.
+// Some text, and the conversion after it.
 struct Piece {
   std::string_view text;
   Conversion conversion;
@@ -50,7 +50,7 @@ using Pieces = fmt::basic_memory_buffer<Piece, 8>;
 // Deliberate (design.md, "Silent conversions"): some conversions give no text, because {fmt} without its error reports
 // would do harm with them. They use up their argument as any other does:
 //
-//   - one that breaks off after a length modifier ("%h", "%5ll"): {fmt} reads on behind the end of the format;
+//   - one that breaks off after a length modifier ("%h", "%5ll"): {fmt} reads on past the end of the format;
 //   - one with argument index 0 ("%0$u"): {fmt} shifts by a negative count;
 //   - one with an index, width or precision beyond INT_MAX, written out or taken from the value by '*': {fmt} pads to
 //     2 GiB and more, or takes a longer number for two; where it would do neither, the rule is the same for simplicity;

@@ -16,7 +16,7 @@ struct Field {
   std::size_t spaces = 0;
   std::size_t zeros = 0;
   std::uint64_t number = 0;    // of a float what is in front of the point
-  std::uint32_t fraction = 0;  // behind it
+  std::uint32_t fraction = 0;  // after it
   unsigned digits = 0;         // with the point of a float
   std::uint32_t prefix = 0;    // its characters, the last in the lowest byte
   unsigned prefixSize = 0;

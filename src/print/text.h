@@ -29,7 +29,7 @@ inline char* copy(char* at, std::string_view text) {
   return at + size;
 }
 
-// Text is appended by writing it behind the end, where makeRoom() makes room for it, and setting the new end.
+// Text is appended by writing it after the end, where makeRoom() makes room for it, and setting the new end.
 class Text {
  public:
   Text() : end_(buffer_.data()), limit_(end_ + buffer_.capacity()) {}
@@ -43,7 +43,7 @@ class Text {
   // How many characters can be appended without asking for memory.
   std::size_t room() const { return static_cast<std::size_t>(limit_ - end_); }
 
-  // The text's end, with at least `count` characters of room behind it.
+  // The text's end, with at least `count` characters of room after it.
   char* makeRoom(std::size_t count) {
     if (room() < count) enlarge(count);
     return end_;
@@ -81,7 +81,7 @@ class Text {
 
   fmt::basic_memory_buffer<char, 500> buffer_;  // 500 hold most single values without the heap
   char* end_;                                   // of the text; the buffer's own size lags behind
-  char* limit_;                                 // of the room behind it
+  char* limit_;                                 // of the room after it
   std::size_t linesBegin_ = 0;
   std::size_t lines_ = 0;
   std::size_t linesDone_ = 0;
