@@ -30,7 +30,7 @@ std::atomic<std::size_t> lastArraySize = 0;
 
 // Every address that is allocated, and in its lowest bit whether it is an array. A hash table of fixed size, since
 // nothing can be allocated here; an address that is given back is in it, so gaps in front of it do not matter.
-constexpr std::size_t kSlots = 1 << 18;
+constexpr std::size_t kSlots = 1 << 20;
 std::atomic<std::uintptr_t> slots[kSlots];
 
 // Replaces `from` by `to` in the first slot that holds it, at or after the place of the address.
