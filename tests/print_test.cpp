@@ -114,9 +114,8 @@ TEST(PrintHeader, IdentifiersNeedTheBytesUpToTheirEnd) {
   } rows[] = {{db_get_gid, 16, 0x0C182430}, {db_get_kid, 20, 0x10203040}, {db_get_jid, 24, 0x14283C50}};
   for (const auto& row : rows) {
     const ExactBytes exact(printBuffer(0).bytes().substr(0, row.size), 1);
-    const ExactBytes shorter(printBuffer(0).bytes().substr(0, row.size - 1));
     EXPECT_EQ(row.get(exact.data(), exact.size()), row.value);
-    EXPECT_EQ(row.get(shorter.data(), shorter.size()), 0xFFFFFFFF);
+    for (std::size_t size = 0; size < row.size; ++size) EXPECT_EQ(row.get(exact.data(), size), 0xFFFFFFFF) << size;
     EXPECT_EQ(row.get(nullptr, 620), 0xFFFFFFFF);
   }
 }
@@ -254,6 +253,14 @@ TEST(PrintText, EqualsFmtForAnyValue) {
   }
 }
 
+TEST(PrintText, NothingIsReadPastTheFormat) {
+  const auto buffer = printBuffer(6).bytes();
+  for (std::size_t length = 0; length < 40; ++length) {
+    const GuardedBytes table(std::string(length, 'x') + '\0');
+    ASSERT_EQ(comparePrint(buffer.data(), buffer.size(), table.data(), table.size()), "") << length;
+  }
+}
+
 TEST(PrintText, FormatsMayBeVeryLong) {
   std::string format;
   while (format.size() < 1 << 20) format += "%1$d%s%%%1$x ";
@@ -273,6 +280,7 @@ TEST(PrintText, MalformedConversionsGiveWhatTheyShould) {
   EXPECT_EQ(valueText("%1$.*c|", kSingleWord, INT_MAX), "\xFF|");
   EXPECT_EQ(valueText("%.2147483647c|", kSingleWord, 'A'), "A|");
   EXPECT_EQ(valueText("%600e", kSingleFloat, 0x3FC00000), std::string(588, ' ') + "1.500000e+00");
+  EXPECT_EQ(valueText("%1$*hhu", kSingleWord, 300), std::string(298, ' ') + "44");  // the width is not cut
   EXPECT_EQ(valueText("%c|", kSingleWord, 0x100), std::string("\0|", 2));
 }
 
