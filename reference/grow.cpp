@@ -223,7 +223,9 @@ std::string growKernel(Seed seed) {
         break;
       default: {  // a bundle, mostly with few counted slots, full of the pattern or of what is nearly it
         constexpr std::uint32_t kOpcodes[] = {0x1F, 0x3B, 0x3F, 0x7F};
-        append(kernel, (random() & random() & 0xFF80) | kOpcodes[count % 4], 2);
+        std::uint32_t slots = random() & 0xFF80;
+        slots &= random();
+        append(kernel, slots | kOpcodes[count % 4], 2);
         const std::uint32_t parcel = 0xF940 ^ (count < 16 ? 0 : 1U << random() % 16);
         appendMany(4 + count % 4 * 2, parcel, 2);
         break;

@@ -244,7 +244,8 @@ TEST(PrintText, EqualsFmtForAnyValue) {
   }
   // Halves go to the even digit; and a carry makes the number longer.
   std::vector<float> values = {0.5F, 1.5F, 2.5F, 9.5F, 99.5F, 0.25F, 0.75F, 0.0625F, 9.96875F, 0.99999994F, 16777215.F};
-  for (float power = 1; power < 1e21F; power *= 10) {
+  float power = 1;
+  for (int zeros = 0; zeros < 21; ++zeros, power *= 10) {
     values.insert(values.end(), {power, std::nextafter(power, 0.F), -std::nextafter(power, 1e30F)});
   }
   for (const float value : values) {
