@@ -245,8 +245,9 @@ TEST(PrintText, EqualsFmtForAnyValue) {
   // Halves go to the even digit; and a carry makes the number longer.
   std::vector<float> values = {0.5F, 1.5F, 2.5F, 9.5F, 99.5F, 0.25F, 0.75F, 0.0625F, 9.96875F, 0.99999994F, 16777215.F};
   float power = 1;
-  for (int zeros = 0; zeros < 21; ++zeros, power *= 10) {
+  for (int zeros = 0; zeros < 21; ++zeros) {
     values.insert(values.end(), {power, std::nextafter(power, 0.F), -std::nextafter(power, 1e30F)});
+    power *= 10;
   }
   for (const float value : values) {
     zarn::inputs::put(buffers[1], 44, std::bit_cast<std::uint32_t>(value), 4);
