@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "compare.h"
+#include "compare.h"  // IWYU pragma: keep: COMPARE
 #include "grow.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);

@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 
+#include "grow.h"
 #include "reference.h"
 #include "support.h"
 #include "zarn_utility.h"

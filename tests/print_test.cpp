@@ -282,6 +282,7 @@ TEST(PrintText, MalformedConversionsGiveWhatTheyShould) {
   EXPECT_EQ(valueText("%1$.*c|", kSingleWord, INT_MAX), "\xFF|");
   EXPECT_EQ(valueText("%.2147483647c|", kSingleWord, 'A'), "A|");
   EXPECT_EQ(valueText("%600e", kSingleFloat, 0x3FC00000), std::string(588, ' ') + "1.500000e+00");
+  EXPECT_EQ(valueText("%#.5000g", kSingleFloat, 0x3F800000), "1." + std::string(4999, '0'));
   EXPECT_EQ(valueText("%1$*hhu", kSingleWord, 300), std::string(298, ' ') + "44");  // the width is not cut
   EXPECT_EQ(valueText("%c|", kSingleWord, 0x100), std::string("\0|", 2));
 }

@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 
 #include "../decimal.h"
 #include "line_writer.h"
