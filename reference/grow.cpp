@@ -16,6 +16,27 @@
 namespace zarn::inputs {
 namespace {
 
+// Takes a seed apart from its front; gives zeros past its end.
+class Seed {
+ public:
+  explicit Seed(std::string_view bytes) : bytes_(bytes) {}
+  bool isEmpty() const { return bytes_.empty(); }
+  std::uint8_t byte() {
+    if (bytes_.empty()) return 0;
+    const char first = bytes_.front();
+    bytes_.remove_prefix(1);
+    return static_cast<std::uint8_t>(first);
+  }
+  std::uint32_t word(int width) {
+    std::uint32_t value = 0;
+    for (int i = 0; i < width; ++i) value |= static_cast<std::uint32_t>(byte()) << 8 * i;
+    return value;
+  }
+
+ private:
+  std::string_view bytes_;
+};
+
 // Words whose four bytes differ.
 class Random {
  public:
@@ -74,7 +95,8 @@ std::string tamed(std::string format, bool isFloat) {
 
 }  // namespace
 
-PrintInput growPrint(Seed seed) {
+PrintInput growPrint(std::string_view bytes) {
+  Seed seed(bytes);
   const auto field = [&seed](std::uint32_t valid) {  // mostly a valid one
     const std::uint8_t byte = seed.byte();
     return byte < 0xF0 ? byte % valid : byte & 0x1FU;
@@ -108,8 +130,8 @@ PrintInput growPrint(Seed seed) {
   std::string table = std::string(print.formatOffset, '%') + format + '\0';
   const auto size = shape >= 0xFC ? 619 : std::size_t{620} + shape / 16 % 2;
   if (shape == 0xFB) table.resize(print.formatOffset);
-  auto bytes = print.bytes() + '\0';
-  return {bytes.substr(0, size), table};
+  auto buffer = print.bytes() + '\0';
+  return {buffer.substr(0, size), table};
 }
 
 // --------------------------------------------------------------------------------------------------------------------
@@ -143,7 +165,8 @@ void putNewest(std::string& log, std::uint32_t writeOffset, std::uint32_t start,
 
 }  // namespace
 
-std::string growLog(Seed seed) {
+std::string growLog(std::string_view bytes) {
+  Seed seed(bytes);
   Random random(seed.word(2));
   const std::uint8_t sizes = seed.byte();
   const std::uint8_t ringKind = seed.byte();
@@ -196,7 +219,8 @@ std::string growLog(Seed seed) {
   return log;
 }
 
-std::string growKernel(Seed seed) {
+std::string growKernel(std::string_view bytes) {
+  Seed seed(bytes);
   Random random(seed.word(2));
   std::string kernel;
   const auto appendMany = [&kernel](std::size_t count, std::uint64_t instruction, std::size_t length) {

@@ -7,6 +7,7 @@
 #include <initializer_list>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "grow.h"
 #include "reference.h"
@@ -145,7 +146,7 @@ std::string compareKernel(const void* kernel, std::size_t length) {
                            [&] { return std::to_string(reference::checksum(kernel, length)); }}});
 }
 
-Comparison compareGrownPrint(zarn::inputs::Seed seed) {
+Comparison compareGrownPrint(std::string_view seed) {
   const auto input = zarn::inputs::growPrint(seed);
   const ExactBytes buffer(input.buffer, input.stringTable.size() % 4);
   const ExactBytes table(input.stringTable);
@@ -153,7 +154,7 @@ Comparison compareGrownPrint(zarn::inputs::Seed seed) {
           reference::printHeader(buffer.data(), buffer.size(), table.data(), table.size()).has_value()};
 }
 
-Comparison compareGrownLog(zarn::inputs::Seed seed) {
+Comparison compareGrownLog(std::string_view seed) {
   const auto bytes = zarn::inputs::growLog(seed);
   const ExactBytes log(bytes, bytes.size() % 2);
   return {compareLog(log.data(), log.size()),
@@ -161,8 +162,8 @@ Comparison compareGrownLog(zarn::inputs::Seed seed) {
 }
 
 // Compares the seed itself as well.
-Comparison compareGrownKernel(zarn::inputs::Seed seed) {
-  const ExactBytes plain(seed.rest(), 1);
+Comparison compareGrownKernel(std::string_view seed) {
+  const ExactBytes plain(seed, 1);
   const ExactBytes grown(zarn::inputs::growKernel(seed));
   return {compareKernel(plain.data(), plain.size()) + compareKernel(grown.data(), grown.size()),
           reference::hasEdma(grown.data(), static_cast<std::int64_t>(grown.size()))};

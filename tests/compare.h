@@ -5,8 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
-
-#include "grow.h"
+#include <string_view>
 
 std::string comparePrint(const void* buffer, std::size_t size, const char* stringTable, std::size_t stringTableSize);
 std::string compareLog(const void* log, std::uint64_t size);
@@ -17,6 +16,6 @@ struct Comparison {
   std::string difference;
   bool isDecoded;  // not rejected; of a kernel: it has an eDMA instruction
 };
-Comparison compareGrownPrint(zarn::inputs::Seed seed);
-Comparison compareGrownLog(zarn::inputs::Seed seed);
-Comparison compareGrownKernel(zarn::inputs::Seed seed);
+Comparison compareGrownPrint(std::string_view seed);
+Comparison compareGrownLog(std::string_view seed);
+Comparison compareGrownKernel(std::string_view seed);

@@ -1,18 +1,19 @@
-// The library against the reference, on a few thousand inputs that random bytes grow into.
+// The library against the reference, on a few thousand inputs that random bytes grow into, and on the fuzz corpus.
 
 #include <gtest/gtest.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <ios>
+#include <iterator>
 #include <random>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "compare.h"
-#include "grow.h"
 #include "inputs.h"
 #include "support.h"
 
@@ -21,13 +22,13 @@ namespace {
 using namespace zarn::inputs;
 
 // Compares what `count` seeds of up to `longest` bytes grow into, the same in every run. Enough have to be decoded.
-void compareGrown(Comparison (*compare)(Seed), int count, std::size_t longest) {
+void compareGrown(Comparison (*compare)(std::string_view), int count, std::size_t longest) {
   std::mt19937 random;
   int decoded = 0;
   for (int i = 0; i < count; ++i) {
     std::string seed(random() % longest, '\0');
     for (char& c : seed) c = static_cast<char>(random());
-    const auto [difference, isDecoded] = compare({reinterpret_cast<const std::uint8_t*>(seed.data()), seed.size()});
+    const auto [difference, isDecoded] = compare(seed);
     ASSERT_EQ(difference, "") << "seed " << i;
     decoded += isDecoded;
   }
@@ -37,6 +38,22 @@ void compareGrown(Comparison (*compare)(Seed), int count, std::size_t longest) {
 TEST(Reference, PrintBuffers) { compareGrown(compareGrownPrint, 8000, 60); }
 TEST(Reference, Logs) { compareGrown(compareGrownLog, 12000, 60); }
 TEST(Reference, Kernels) { compareGrown(compareGrownKernel, 8000, 30); }
+
+// Inputs of the fuzz targets that are worth keeping.
+void compareCorpus(Comparison (*compare)(std::string_view), const char* target) {
+  int count = 0;
+  for (const auto& file : std::filesystem::directory_iterator(std::string(CORPUS "/") + target)) {
+    std::ifstream stream(file.path(), std::ios::binary);
+    const std::string seed(std::istreambuf_iterator<char>(stream), {});
+    EXPECT_EQ(compare(seed).difference, "") << file.path();
+    ++count;
+  }
+  EXPECT_GT(count, 0);
+}
+
+TEST(Corpus, PrintBuffers) { compareCorpus(compareGrownPrint, "print"); }
+TEST(Corpus, Logs) { compareCorpus(compareGrownLog, "log"); }
+TEST(Corpus, Kernels) { compareCorpus(compareGrownKernel, "kernel"); }
 
 // Every size, with start offsets and write offsets round the limits of buffer and ring.
 TEST(Reference, LogsBetweenGuardPages) {
