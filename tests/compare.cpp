@@ -91,6 +91,17 @@ void release(DescBufInfo** records, std::uint32_t count) {
   db_free_desc_buffer_info_array(records, static_cast<std::int32_t>(count));
 }
 
+std::uint64_t countPcs(const void* log, std::uint64_t size) {
+  std::uint32_t count = 0;
+  DescBufInfo** const records = db_get_desc_buffer_info_array(log, size, &count);
+  std::uint64_t pcs = 0;
+  for (std::uint32_t i = 0; i < count; ++i) {
+    pcs += std::uint64_t{records[i]->rbNextPtrCount} + records[i]->rbEndCount + records[i]->rbReleaseCount;
+  }
+  release(records, count);
+  return pcs;
+}
+
 std::string describe(const PrintBufInfo& info) {
   const auto place = [](const void* pointer) {
     return ' ' + std::to_string(reinterpret_cast<std::uintptr_t>(pointer));
@@ -121,13 +132,17 @@ std::string comparePrint(const void* buffer, std::size_t size, const char* table
 }
 
 std::string compareLog(const void* log, std::uint64_t size) {
-  return firstDifference(
+  auto difference = firstDifference(
       {{"newest entry", [&] { return describeOne(db_get_desc_buffer_info(log, size), release); },
         [&] { return describeOne(reference::decodeNewest(log, size), reference::release); }},
-       {"array", [&] { return describeAll(log, size, db_get_desc_buffer_info_array, release); },
-        [&] { return describeAll(log, size, reference::decodeAll, reference::release); }},
        {"report", [&] { return textOf([&] { return db_get_desc_string(log, size); }, db_free_desc_string); },
-        [&] { return reference::report(log, size); }},
+        [&] { return reference::report(log, size); }}});
+  // Entries and records in circles, in a ring of 128 KiB, can make 28 million PCs. The reference takes 20 seconds for
+  // them under a sanitizer.
+  if (!difference.empty() || countPcs(log, size) > 2'000'000) return difference;
+  return firstDifference(
+      {{"array", [&] { return describeAll(log, size, db_get_desc_buffer_info_array, release); },
+        [&] { return describeAll(log, size, reference::decodeAll, reference::release); }},
        {"array report",
         [&] { return textOf([&] { return db_get_desc_string_array(log, size); }, db_free_desc_string); },
         [&] { return reference::arrayReport(log, size); }}});
