@@ -151,6 +151,10 @@ TEST(PrintText, TakesMemoryForTheRecordTheTextAndWhatIsBeyond500Characters) {
   const auto blanks = [](const std::string& text) { return std::count(text.begin(), text.end(), ' '); };
   EXPECT_EQ(blanks(allocations(printBuffer(6).bytes(), "value %d")), 2);
   EXPECT_EQ(blanks(allocations(printBuffer(zarn::inputs::headerWord(6, 5)).bytes(), "%g, %e")), 2);
+  // And never for much more than 1 MiB of what is to come: the lines after a long one may be short.
+  auto print = printBuffer(6);
+  print.data[0] = 1000000;
+  EXPECT_LT(std::stoul(allocations(print.bytes(), "%1$*u").substr(3)), 3000000U);
   EXPECT_EQ(liveAllocations(), before);
 }
 
@@ -283,6 +287,7 @@ TEST(PrintText, MalformedConversionsGiveWhatTheyShould) {
   EXPECT_EQ(valueText("%.2147483647c|", kSingleWord, 'A'), "A|");
   EXPECT_EQ(valueText("%600e", kSingleFloat, 0x3FC00000), std::string(588, ' ') + "1.500000e+00");
   EXPECT_EQ(valueText("%#.5000g", kSingleFloat, 0x3F800000), "1." + std::string(4999, '0'));
+  EXPECT_EQ(valueText("%.5000u", kSingleWord, 7), std::string(4999, '0') + '7');
   EXPECT_EQ(valueText("%1$*hhu", kSingleWord, 300), std::string(298, ' ') + "44");  // the width is not cut
   EXPECT_EQ(valueText("%c|", kSingleWord, 0x100), std::string("\0|", 2));
 }
