@@ -364,7 +364,7 @@ ZARN_UTILITY_API uint64_t clc_bin_compute_checksum(const void* bytes, uint64_t l
  * clc_bin_has_edma_instr() - whether a kernel binary contains an eDMA instruction
  *
  * The binary is a stream of instructions made of 16-bit parcels. The first parcel of an instruction tells its length:
- * a short has one parcel, a word two, a bundle two to twelve. Behind its first parcel a bundle holds four slots, of
+ * a short has one parcel, a word two, a bundle two to twelve. After its first parcel a bundle holds four slots, of
  * which the final one is an eDMA instruction when it is exactly two parcels (32 bits) wide and has bits 6, 24, 27, 28,
  * 29, 30 and 31 set. Words, and the other slots of a bundle, never count.
  *

@@ -9,7 +9,7 @@
 //                           0x7F     bundle, 10 bytes and twice the number in bits 12-14
 //                           others   word, 4 bytes
 //
-// Behind its head, a bundle has three slots of as many parcels as H counts (bits 7-8; bits 9-10; bits 15 and 11) and a
+// After its head, a bundle has three slots of as many parcels as H counts (bits 7-8; bits 9-10; bits 15 and 11) and a
 // final slot of what is left. It is an eDMA instruction when it has two parcels and the bits of kEdmaPattern.
 //
 // Deliberate (design.md, "Final slots only"): the pattern in a plain word or in a counted slot is none, and a bundle of
