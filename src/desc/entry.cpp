@@ -15,9 +15,9 @@ namespace {
 // An entry with a descriptor of one unit of 64 bytes and one record. Those without a descriptor are shorter.
 constexpr std::uint32_t kOneUnitEntry = kHeaderSize + 64 + kRecordSize;
 
-// Before a record's end.
-constexpr std::uint32_t kTagBehind = 2;
-constexpr std::uint32_t kStartOffsetBehind = 4;
+// From a record's end back to its fields.
+constexpr std::uint32_t kTagBeforeEnd = 2;
+constexpr std::uint32_t kStartOffsetBeforeEnd = 4;
 
 // Deliberate (design.md, "16-bit positions"): an entry's newest tag, its start offset and its PC are read at positions
 // cut to 16 bits once they are reduced to the ring, as the device has them. In rings of more than 65,536 bytes that
@@ -59,10 +59,10 @@ void walkBack(const Log& log, std::uint16_t writeOffset, Entry& entry) {
   std::uint32_t left = log.ringSize() / kRecordSize + (log.ringSize() % kRecordSize != 0);
   while (left > 0) {
     // From here down to the ring's start the tags lie a record's size apart.
-    const std::uint32_t tagPosition = log.ring(position - kTagBehind);
+    const std::uint32_t tagPosition = log.ring(position - kTagBeforeEnd);
     const std::uint32_t inPiece = std::min(left, tagPosition / kRecordSize + 1);
     const std::uint32_t counted = countBack(log, tagPosition, inPiece, entry);
-    position = log.ring(tagPosition - kRecordSize * counted + kTagBehind);
+    position = log.ring(tagPosition - kRecordSize * counted + kTagBeforeEnd);
     if (counted < inPiece) break;
     left -= counted;
   }
@@ -90,7 +90,7 @@ std::optional<std::uint32_t> descriptorSize(const Log& log, Tag tag, std::uint16
 // Fills in the entry whose newest record ends at `writeOffset`. Says whether there is one that can be decoded.
 bool fill(const Log& log, std::uint16_t writeOffset, Entry& entry) {
   if (log.ringSize() == 0) return false;
-  const std::uint16_t tagPosition = low16Bits(log.ring(writeOffset - kTagBehind));
+  const std::uint16_t tagPosition = low16Bits(log.ring(writeOffset - kTagBeforeEnd));
   entry.tag = Tag{log.u16(tagPosition)};
   if (!isKnown(entry.tag)) return false;
 
@@ -103,7 +103,7 @@ bool fill(const Log& log, std::uint16_t writeOffset, Entry& entry) {
     if (anchor > log.size()) return false;
   }
 
-  entry.start = log.u16(low16Bits(log.ring(writeOffset - kStartOffsetBehind)));
+  entry.start = log.u16(low16Bits(log.ring(writeOffset - kStartOffsetBeforeEnd)));
   if (entry.start > log.size()) return false;
   const auto units = log.descriptorUnits(entry.start);
   if (!units) return entry.rbTotal() > 0;
