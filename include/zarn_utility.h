@@ -8,8 +8,10 @@
  *
  * This holds for every function:
  *
- *   Threads      Any number of threads may call any function at once, even on the same input: input is only read. It
- *                must not change during a call; copy what a device or another process still writes to.
+ *   Threads      Any number of threads may call any function at once, even on the same input: input is only read.
+ *   Changes      A device or another process may still write to an input during a call. What comes out is then any
+ *                mixture of old and new contents, but nothing outside the input is read, nothing outside the library's
+ *                own memory is written, nothing leaks, and the call ends. For a picture of one moment, copy the input.
  *   Alignment    No input needs any alignment.
  *   Ownership    What a db_get_* function returns belongs to the caller, who gives it back through the db_free_*
  *                function named beside it. Inputs stay the caller's.
@@ -19,7 +21,8 @@
  *                process with a memory limit.
  *   Locale       Texts are the same whatever locale the process has set: ASCII digits, a '.', no grouping.
  *
- * Trusted: the sizes that the caller gives; and that the string table holds a NUL at or after the format offset.
+ * Trusted: the sizes that the caller gives; and that the string table holds a NUL at or after the format offset, which
+ * stays there during the call.
  * Not trusted: the contents of print buffers, logs and kernel binaries, and format strings. Any bytes are decoded or
  * rejected, and nothing outside the given sizes is read.
  *

@@ -90,20 +90,22 @@ std::string summary(const DescBufInfo& info) {
 // What `put` puts at the place it is given: counted, and then written into memory of exactly that size.
 template <typename Put>
 std::string written(Put put) {
-  const std::size_t size = put(std::size_t{0});
+  std::size_t pcRoom = 0;
+  const std::size_t size = put(std::size_t{0}, pcRoom);
   const std::unique_ptr<char[]> text(new char[size]);
-  EXPECT_EQ(put(text.get()), text.get() + size);
+  EXPECT_EQ(put(text.get(), pcRoom), text.get() + size);
+  EXPECT_EQ(pcRoom, 0U);
   return {text.get(), size};
 }
 
 std::string report(const DescBufInfo& record) {
-  return written([&record](auto at) { return zarn::desc::report(at, &record); });
+  return written([&record](auto at, auto& pcRoom) { return zarn::desc::report(at, &record, pcRoom); });
 }
 
 std::string report(const std::vector<const DescBufInfo*>& array) {
-  return written([&array](auto at) {
+  return written([&array](auto at, auto& pcRoom) {
     std::uint32_t index = 0;
-    for (const auto* record : array) at = zarn::desc::arrayReport(at, index++, record);
+    for (const auto* record : array) at = zarn::desc::arrayReport(at, index++, record, pcRoom);
     return at;
   });
 }
@@ -214,7 +216,8 @@ TEST(DescReport, SaysExactlyWhatTheRecordHolds) {
   // As many table entries as a count can stand for, and one more, which stands for none.
   const DescBufInfo most{1, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0x7FFFFFFF, {}, 0, {}, 0, {}, 0, {}};
   const DescBufInfo none{1, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0x80000000, {}, 0, {}, 0, {}, 0, {}};
-  EXPECT_EQ(zarn::desc::report(std::size_t{0}, &most) - zarn::desc::report(std::size_t{0}, &none),
+  std::size_t pcRoom = 0;
+  EXPECT_EQ(zarn::desc::report(std::size_t{0}, &most, pcRoom) - zarn::desc::report(std::size_t{0}, &none, pcRoom),
             3 * std::size_t{0x7FFFFFFF} + (1 << 26));
 }
 

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <utility>
 
 #include "../little_endian.h"
 #include "log.h"
@@ -24,8 +23,31 @@ constexpr std::uint32_t kStartOffsetBeforeEnd = 4;
 // makes them other positions. Those of the backward walk, of the gathered PCs and of the descriptor are not cut.
 std::uint16_t low16Bits(std::uint32_t position) { return static_cast<std::uint16_t>(position); }
 
-bool isKnown(Tag tag) {
-  return tag == Tag::kEdma || tag == Tag::kGlsu || tag == Tag::kRingBufferAte || rbKind(tag) != kRbKinds;
+// The type of an entry whose newest record has that tag; nothing for what is no tag.
+std::optional<EntryType> typeOf(Tag tag) {
+  switch (tag) {
+    case Tag::kEdma:
+      return EntryType::kEdma;
+    case Tag::kGlsu:
+      return EntryType::kGlsu;
+    case Tag::kRingBufferAte:
+    case Tag::kRbNextPtr:
+    case Tag::kRbEnd:
+    case Tag::kRbRelease:
+      return EntryType::kRingBufferAte;
+  }
+  return std::nullopt;
+}
+
+std::uint32_t bytesPerUnit(EntryType type) {
+  switch (type) {
+    case EntryType::kEdma:
+    case EntryType::kGlsu:
+      break;
+    case EntryType::kRingBufferAte:
+      return 128;
+  }
+  return 64;
 }
 
 // Counts the ring-buffer records among `most` that lie one after the other in one piece, backwards from the one whose
@@ -37,17 +59,10 @@ std::uint32_t countBack(const Log& log, std::uint32_t position, std::uint32_t mo
     const std::uint16_t tag = loadU16(ring + position);
     const std::size_t kind = rbKind(Tag{tag});
     if (kind == kRbKinds) break;
-    const std::uint32_t leftBefore = left;
-    do {
-      if (left >= 4 && areNextThree(tag, ring + position, -std::ptrdiff_t{kRecordSize})) {
-        position -= 4 * kRecordSize;
-        left -= 4;
-      } else {
-        position -= kRecordSize;
-        --left;
-      }
-    } while (left > 0 && loadU16(ring + position) == tag);
-    entry.rbCounts[kind] += leftBefore - left;
+    const std::uint32_t run = runLength(tag, ring + position, -std::ptrdiff_t{kRecordSize}, left);
+    entry.rbCounts[kind] += run;
+    position -= kRecordSize * run;
+    left -= run;
   }
   return most - left;
 }
@@ -77,8 +92,8 @@ std::uint16_t anchorBefore(const Log& log, std::uint16_t tagPosition) {
 }
 
 // The bytes of a descriptor of `units`, or nothing where the log is too small for the size it would be cut to.
-std::optional<std::uint32_t> descriptorSize(const Log& log, Tag tag, std::uint16_t units) {
-  const std::uint32_t raw = units * (isRingBufferAte(tag) ? 128U : 64U);
+std::optional<std::uint32_t> descriptorSize(const Log& log, EntryType type, std::uint16_t units) {
+  const std::uint32_t raw = units * bytesPerUnit(type);
   // Deliberate (design.md, "76 and 128"): the test and the cut differ. For logs below 76 bytes the test wraps, too, and
   // nothing is ever cut: such a descriptor goes round and round its tiny ring.
   const auto size = static_cast<std::uint32_t>(log.size());
@@ -88,14 +103,17 @@ std::optional<std::uint32_t> descriptorSize(const Log& log, Tag tag, std::uint16
 }
 
 // Fills in the entry whose newest record ends at `writeOffset`. Says whether there is one that can be decoded.
-bool fill(const Log& log, std::uint16_t writeOffset, Entry& entry) {
+bool locate(const Log& log, std::uint16_t writeOffset, Entry& entry) {
+  entry = {};
   if (log.ringSize() == 0) return false;
   const std::uint16_t tagPosition = low16Bits(log.ring(writeOffset - kTagBeforeEnd));
-  entry.tag = Tag{log.u16(tagPosition)};
-  if (!isKnown(entry.tag)) return false;
+  const Tag tag{log.u16(tagPosition)};
+  const auto type = typeOf(tag);
+  if (!type) return false;
+  entry.type = *type;
 
   std::uint16_t anchor = writeOffset;
-  if (rbKind(entry.tag) != kRbKinds) {
+  if (rbKind(tag) != kRbKinds) {
     walkBack(log, writeOffset, entry);
     // Deliberate (design.md, "PC before the start"): the PC of such an entry comes from the eight bytes that end at
     // the entry's own start, where the record before it lies.
@@ -107,44 +125,31 @@ bool fill(const Log& log, std::uint16_t writeOffset, Entry& entry) {
   if (entry.start > log.size()) return false;
   const auto units = log.descriptorUnits(entry.start);
   if (!units) return entry.rbTotal() > 0;
-  const auto size = descriptorSize(log, entry.tag, *units);
+  const auto size = descriptorSize(log, entry.type, *units);
   if (!size) return false;
   entry.descSize = *size;
   entry.pc = log.u32(low16Bits(log.ring(anchor - kRecordSize)));
   return true;
 }
 
-// The entry is filled in where it is returned: an array report of small entries took 8 to 12 % longer with one that was
-// moved there.
-std::optional<Entry> locate(const Log& log, std::uint16_t writeOffset) {
-  std::optional<Entry> entry(std::in_place);
-  if (!fill(log, writeOffset, *entry)) entry.reset();
-  return entry;
-}
-
 }  // namespace
 
-std::optional<Entry> locateNewest(const Log& log) {
-  if (!log.isReadable()) return std::nullopt;
-  return locate(log, log.writeOffset());
-}
+bool locateNewest(const Log& log, Entry& entry) { return log.isReadable() && locate(log, log.writeOffset(), entry); }
 
 EntryWalk::EntryWalk(const Log& log)
     : log_(log), limit_(log.ringSize() / kOneUnitEntry), writeOffset_(log.writeOffset()) {}
 
-std::optional<Entry> EntryWalk::next() {
+bool EntryWalk::next(Entry& entry) {
   // In 32 bits, like all sizes of the device. Rings that hold an entry at all leave a budget above 0.
   const auto budget = static_cast<std::uint32_t>(log_.size()) - kOneUnitEntry;
-  if (count_ == limit_ || sum_ >= budget) return std::nullopt;
-  const auto entry = locate(log_, writeOffset_);
-  if (!entry) return std::nullopt;
+  if (count_ == limit_ || sum_ >= budget || !locate(log_, writeOffset_, entry)) return false;
   ++count_;
   // Deliberate (design.md, "Uncounted records"): end and release records take 8 bytes each in the log, but none in this
   // sum. Entries may refer to each other in a circle; the sum and the limit end that, too.
-  sum_ += std::uint64_t{kRecordSize} * entry->rbCounts[rbKind(Tag::kRbNextPtr)] + entry->descSize + kHeaderSize +
-          kRecordSize;
-  writeOffset_ = entry->start;  // entries are contiguous: the one before ends where this one starts
-  return entry;
+  sum_ +=
+      std::uint64_t{kRecordSize} * entry.rbCounts[rbKind(Tag::kRbNextPtr)] + entry.descSize + kHeaderSize + kRecordSize;
+  writeOffset_ = entry.start;  // entries are contiguous: the one before ends where this one starts
+  return true;
 }
 
 }  // namespace zarn::desc

@@ -1,5 +1,7 @@
 // The bytes of a descriptor log: a ring of records and descriptors, then a 64-byte trailer. docs/formats.md
 // has the layout.
+//
+// A device may still write to the ring, so no byte of it can be counted on to be the same when it is read again.
 #pragma once
 
 #include <algorithm>
@@ -15,12 +17,20 @@ namespace zarn::desc {
 constexpr std::uint32_t kRecordSize = 8;
 constexpr std::uint32_t kTagInRecord = 6;  // the PC lies at 0
 
-// Records of one kind mostly come in runs, and a circle of entries can lead over the same ones many times. So both ways
-// over them, back and forth, take four of a run at a step where this says that the three after the one whose `tag` is
-// given, `step` bytes from each to the next, are of its kind. One at a step, the array decode of a ring full of end
-// records took 1.4 times as long, and 1.7 times with a look at the kind of each.
-inline bool areNextThree(std::uint16_t kind, const std::uint8_t* tag, std::ptrdiff_t step) {
-  return loadU16(tag + step) == kind && loadU16(tag + 2 * step) == kind && loadU16(tag + 3 * step) == kind;
+// How many of `most` records, whose tags lie `step` bytes apart, have the tag of the first without a break. Records of
+// one kind mostly come in runs, and a circle of entries can lead over the same ones many times. With one record at a
+// step, the array decode of a ring full of end records took 1.8 times as long; without the look at the second one
+// first, array reports of such rings up to 12 % longer (GCC 12, x86).
+inline std::uint32_t runLength(std::uint16_t tag, const std::uint8_t* first, std::ptrdiff_t step, std::uint32_t most) {
+  const auto continues = [=](std::ptrdiff_t i) { return rawU16(first + step * i) == tag; };
+  if (most == 1 || !continues(1)) return 1;
+  std::uint32_t length = 2;
+  while (most - length >= 4 && continues(length) && continues(length + 1) && continues(length + 2) &&
+         continues(length + 3)) {
+    length += 4;
+  }
+  while (length < most && continues(length)) ++length;
+  return length;
 }
 
 class Log {
@@ -29,7 +39,11 @@ class Log {
   Log(const void* buffer, std::uint64_t size)
       : bytes_(static_cast<const std::uint8_t*>(buffer)),
         size_(size),
-        ringSize_(static_cast<std::uint32_t>(size - kTrailerSize)) {}
+        ringSize_(static_cast<std::uint32_t>(size - kTrailerSize)) {
+    if (!isReadable()) return;
+    writeOffset_ = loadU16(bytes_ + (size_ - kTrailerSize));
+    totalUsed_ = loadU32(bytes_ + (size_ - kTrailerSize) + 4);
+  }
 
   // Whether there is a trailer and at least one byte of ring. Nothing else may be asked of a log without them.
   bool isReadable() const { return bytes_ != nullptr && size_ > kTrailerSize; }
@@ -39,8 +53,9 @@ class Log {
   // 32 bits, as the device counts; 0 for some sizes above 4 GiB, and such a ring has no positions to read at.
   std::uint32_t ringSize() const { return ringSize_; }
 
-  std::uint16_t writeOffset() const { return loadU16(bytes_ + (size_ - kTrailerSize)); }
-  std::uint32_t totalUsed() const { return loadU32(bytes_ + (size_ - kTrailerSize) + 4); }
+  // The trailer's fields as they were when this object was made, so that they are the same for all entries.
+  std::uint16_t writeOffset() const { return writeOffset_; }
+  std::uint32_t totalUsed() const { return totalUsed_; }
 
   // Deliberate (design.md, "Positions below zero"): such a position has wrapped modulo 2^32 by the time it is reduced
   // here, as on the device. In a ring whose length does not divide 2^32, -2 is therefore not the last position but one.
@@ -108,6 +123,8 @@ class Log {
   const std::uint8_t* bytes_;
   std::uint64_t size_;
   std::uint32_t ringSize_;
+  std::uint16_t writeOffset_ = 0;
+  std::uint32_t totalUsed_ = 0;
 };
 
 }  // namespace zarn::desc

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <vector>
@@ -26,11 +27,8 @@ Place put(Place at, const char (&text)[n]) {
   return at + (n - 1);
 }
 
-template <typename Place>
-Place put(Place at, std::uint32_t number) {
-  if constexpr (kWrites<Place>) return writeDecimal(at, number);
-  return at + decimalDigits(number);
-}
+std::size_t put(std::size_t at, std::uint32_t number) { return at + decimalDigits(number); }
+char* put(char* at, std::uint32_t number) { return writeDecimal(at, number); }
 
 template <typename Place, std::size_t n>
 Place putLine(Place at, const char (&label)[n], std::uint32_t number) {
@@ -45,6 +43,9 @@ struct PcLabel {
     static_assert(sizeof text - 1 <= sizeof characters && sizeof characters <= sizeof text - 1 + sizeof "0] : 0\n" - 1);
     std::copy_n(text, n - 1, characters);
   }
+  // Of the characters of a line that are not digits of its two numbers.
+  constexpr std::size_t fixedSize() const { return size + sizeof "] : \n" - 1; }
+
   char characters[20] = {};
   std::size_t size;
 };
@@ -69,35 +70,56 @@ constexpr auto kTableEntries = [] {
   return entries;
 }();
 
+constexpr std::uint32_t kBytesPerRow = 32;
+
 // Rows of 32 bytes as two hexadecimal digits each.
-template <typename Place>
-Place putTable(Place at, const std::uint8_t* bytes, std::uint32_t count) {
-  constexpr std::uint32_t kBytesPerRow = 32;
-  at = put(at, "Descriptor Table: \n");
-  if constexpr (!kWrites<Place>) {
-    return at + 3 * std::size_t{count} + (count + kBytesPerRow - 1) / kBytesPerRow;
-  } else {
-    // The fourth character of each entry is overwritten by the next one's blank, and the last one's ends the row.
-    const auto writeEntry = [](char* place, std::uint8_t byte) { std::memcpy(place, kTableEntries[byte].data(), 4); };
-    for (std::uint32_t first = 0; first < count; first += kBytesPerRow, ++at) {
-      std::uint32_t left = std::min(kBytesPerRow, count - first);
-      // Eight at a step take 0.29 ns a byte. One at a step took 0.34 or 0.56, depending on where in memory the linker
-      // puts the loop.
-      for (; left >= 8; left -= 8, bytes += 8, at += 24) {
-        for (int i = 0; i < 8; ++i) writeEntry(at + 3 * i, bytes[i]);
-      }
-      for (; left > 0; --left, ++bytes, at += 3) writeEntry(at, *bytes);
+char* writeRows(char* at, const std::uint8_t* bytes, std::uint32_t count) {
+  // The fourth character of each entry is overwritten by the next one's blank, and the last one's ends the row.
+  const auto writeEntry = [](char* place, std::uint8_t byte) { std::memcpy(place, kTableEntries[byte].data(), 4); };
+  for (std::uint32_t first = 0; first < count; first += kBytesPerRow, ++at) {
+    std::uint32_t left = std::min(kBytesPerRow, count - first);
+    // Eight at a step take 0.29 ns a byte. One at a step took 0.34 or 0.56, depending on where in memory the linker
+    // puts the loop.
+    for (; left >= 8; left -= 8, bytes += 8, at += 24) {
+      for (std::ptrdiff_t i = 0; i < 8; ++i) writeEntry(at + 3 * i, bytes[i]);
     }
-    return at;
+    for (; left > 0; --left, ++bytes, at += 3) writeEntry(at, *bytes);
   }
+  return at;
 }
 
 template <typename Place>
-Place putPcs(Place at, const PcLabel& label, const std::uint32_t* pcs, std::uint32_t count) {
-  for (std::uint32_t i = 0; i < count; ++i) {
-    if constexpr (kWrites<Place>) std::memcpy(at, label.characters, sizeof label.characters);
-    at = put(at + label.size, i);
-    at = putLine(at, "] : ", pcs[i]);
+Place putTable(Place at, const std::uint8_t* bytes, std::uint32_t count) {
+  at = put(at, "Descriptor Table: \n");
+  if constexpr (kWrites<Place>) {
+    return writeRows(at, bytes, count);
+  } else {
+    return at + 3 * std::size_t{count} + (count + kBytesPerRow - 1) / kBytesPerRow;
+  }
+}
+
+std::size_t putPcs(std::size_t at, const PcLabel& label, const std::uint32_t* pcs, std::uint32_t count,
+                   std::size_t& pcRoom) {
+  std::size_t size = count * label.fixedSize();
+  for (std::uint32_t i = 0; i < count; ++i) size += decimalDigits(i) + decimalDigits(pcs[i]);
+  pcRoom += size;
+  return at + size;
+}
+
+char* putPcs(char* at, const PcLabel& label, const std::uint32_t* pcs, std::uint32_t count, std::size_t& pcRoom) {
+  constexpr std::size_t kLongestLine = sizeof label.characters + sizeof "4294967295] : 4294967295\n" - 1;
+  for (std::uint32_t i = 0; i < count;) {
+    // Those that fit in any case, without a look at each; near the end, one that fits.
+    auto fitting = static_cast<std::uint32_t>(std::min<std::size_t>(count - i, pcRoom / kLongestLine));
+    if (fitting == 0 && label.fixedSize() + decimalDigits(i) + decimalDigits(pcs[i]) <= pcRoom) fitting = 1;
+    if (fitting == 0) break;
+    const char* const begin = at;
+    for (const std::uint32_t end = i + fitting; i < end; ++i) {
+      std::memcpy(at, label.characters, sizeof label.characters);
+      at = put(at + label.size, i);
+      at = putLine(at, "] : ", pcs[i]);
+    }
+    pcRoom -= static_cast<std::size_t>(at - begin);
   }
   return at;
 }
@@ -105,19 +127,19 @@ Place putPcs(Place at, const PcLabel& label, const std::uint32_t* pcs, std::uint
 // "no" is only said of a RingBufferATE entry, "yes" and the PCs of any.
 template <typename Place, std::size_t n>
 Place putRbSection(Place at, const char (&name)[n], bool has, bool saysNo, const PcLabel& label,
-                   const std::uint32_t* pcs, std::uint32_t count) {
+                   const std::uint32_t* pcs, std::uint32_t count, std::size_t& pcRoom) {
   if (has || saysNo) {
     at = put(at, name);
     at = has ? put(at, ": yes\n") : put(at, ": no\n");
   }
-  return putPcs(at, label, pcs, signedCount(count));
+  return count == 0 ? at : putPcs(at, label, pcs, signedCount(count), pcRoom);
 }
 
 // From the PC on.
 // Deliberate (design.md, "Unlike flags"): like `valid` and `overSized`, those of the type count when they are exactly
 // 1; those of the ring-buffer records count by their lowest bit.
 template <typename Place>
-Place putEntry(Place at, const DescBufInfo& record, bool inArray) {
+Place putEntry(Place at, const DescBufInfo& record, bool inArray, std::size_t& pcRoom) {
   static constexpr PcLabel kNextPtr = "qel_rb_next_ptr PC[";
   static constexpr PcLabel kNextPtrInArray = "qel_next_ptr PC[";
   static constexpr PcLabel kEnd = "qel_rb_end PC[";
@@ -131,59 +153,110 @@ Place putEntry(Place at, const DescBufInfo& record, bool inArray) {
   at = putLine(at, "Size: ", record.descSize);
   at = putTable(at, record.desc, signedCount(record.descSize));
   at = putRbSection(at, "\nRB_next_PTR", (record.hasRbNextPtr & 1) != 0, isRb, inArray ? kNextPtrInArray : kNextPtr,
-                    record.rbNextPtrPcs, record.rbNextPtrCount);
-  at = putRbSection(at, "\nRB_end", (record.hasRbEnd & 1) != 0, isRb, kEnd, record.rbEndPcs, record.rbEndCount);
+                    record.rbNextPtrPcs, record.rbNextPtrCount, pcRoom);
+  at = putRbSection(at, "\nRB_end", (record.hasRbEnd & 1) != 0, isRb, kEnd, record.rbEndPcs, record.rbEndCount, pcRoom);
   return putRbSection(at, "\nRB_release", (record.hasRbRelease & 1) != 0, isRb, kRelease, record.rbReleasePcs,
-                      record.rbReleaseCount);
+                      record.rbReleaseCount, pcRoom);
 }
 
 bool isReported(const DescBufInfo* record) { return record != nullptr && record->valid == 1; }
 
-// Counts what `render` puts at a place, and has it put into memory of exactly that size. The log must not change in
-// between; it is the caller's, who must not write to it during a call.
+// Counts what `render` puts at a place, and has it put into memory of exactly that size. What is left of it, where the
+// log has changed in between, becomes empty lines.
 template <typename Render>
 char* makeText(Render render) {
-  char* const text = new char[render(std::size_t{0}) + 1];
-  *render(text) = '\0';
+  std::size_t pcRoom = 0;
+  const std::size_t size = render(std::size_t{0}, pcRoom);
+  char* const text = new char[size + 1];
+  char* const end = render(text, pcRoom);
+  std::fill_n(end, pcRoom, '\n');
+  text[size] = '\0';
   return text;
 }
+
+// Memory for as many elements as the largest of its uses needs.
+template <typename Element>
+class Scratch {
+ public:
+  Element* get(std::uint32_t count) {
+    if (count > elements_.size()) {
+      elements_ = std::vector<Element>();  // first, so that there are never two
+      elements_.resize(count);
+    }
+    return elements_.data();
+  }
+
+ private:
+  std::vector<Element> elements_;
+};
+
+// The record that reports are made from, one entry after the other. It never leaves the library and is only read:
+// making and releasing a record for each of 215 small entries takes 2.3 times as long as their whole report does.
+class RecordBuffer {
+ public:
+  explicit RecordBuffer(const Log& log) : log_(log) {}
+
+  // The bytes of the descriptor are there only if they are asked for; counting a text takes no look at them.
+  const DescBufInfo* fill(const Entry& entry, bool withDescriptor) {
+    setFields(log_, entry, record_);
+    record_.rbNextPtrPcs = pcs_.get(entry.rbTotal());
+    record_.rbEndPcs = record_.rbNextPtrPcs + record_.rbNextPtrCount;
+    record_.rbReleasePcs = record_.rbEndPcs + record_.rbEndCount;
+    if (entry.rbTotal() > 0) gatherPcs(log_, entry, record_);
+    if (withDescriptor) record_.desc = descriptor(entry);
+    return &record_;
+  }
+
+ private:
+  // Mostly in the log itself.
+  std::uint8_t* descriptor(const Entry& entry) {
+    const std::uint32_t start = entry.start + kHeaderSize;
+    // Nobody writes there. The field is not const because the records that callers get own their bytes.
+    if (log_.pieceSize(start) >= entry.descSize) return const_cast<std::uint8_t*>(log_.at(start));
+    std::uint8_t* const copy = wrapped_.get(entry.descSize);
+    log_.copy(start, entry.descSize, copy);
+    return copy;
+  }
+
+  const Log& log_;
+  DescBufInfo record_{};
+  Scratch<std::uint32_t> pcs_;  // of all three lists
+  Scratch<std::uint8_t> wrapped_;
+};
 
 }  // namespace
 
 template <typename Place>
-Place report(Place at, const DescBufInfo* record) {
+Place report(Place at, const DescBufInfo* record, std::size_t& pcRoom) {
   if (!isReported(record)) return at;
-  return putEntry(putLogHeader(at, *record), *record, false);
+  return putEntry(putLogHeader(at, *record), *record, false, pcRoom);
 }
 
 template <typename Place>
-Place arrayReport(Place at, std::uint32_t index, const DescBufInfo* record) {
+Place arrayReport(Place at, std::uint32_t index, const DescBufInfo* record, std::size_t& pcRoom) {
   if (!isReported(record)) return at;
   // Deliberate (design.md, "Header of record 0"): never from a later record, not even where that one is left out.
   if (index == 0) at = putLogHeader(at, *record);
   at = put(put(put(at, "\nDescBufInfo "), index), " in Array :\n");
-  return putEntry(at, *record, true);
+  return putEntry(at, *record, true, pcRoom);
 }
 
-template std::size_t report(std::size_t, const DescBufInfo*);
-template char* report(char*, const DescBufInfo*);
-template std::size_t arrayReport(std::size_t, std::uint32_t, const DescBufInfo*);
-template char* arrayReport(char*, std::uint32_t, const DescBufInfo*);
+template std::size_t report(std::size_t, const DescBufInfo*, std::size_t&);
+template char* report(char*, const DescBufInfo*, std::size_t&);
+template std::size_t arrayReport(std::size_t, std::uint32_t, const DescBufInfo*, std::size_t&);
+template char* arrayReport(char*, std::uint32_t, const DescBufInfo*, std::size_t&);
 
 }  // namespace zarn::desc
-
-// Both reports use one record for all entries, which never leaves the library: making and releasing a record for each
-// of 215 small entries takes 2.3 times as long as their whole report does.
 
 char* db_get_desc_string(const void* buffer, std::uint64_t size) {
   using namespace zarn::desc;
   const Log log(buffer, size);
-  const auto entry = locateNewest(log);
+  Entry entry;
   // Deliberate (design.md, "Null or empty"): the array report gives an empty text here.
-  if (!entry) return nullptr;
-  RecordBuffer buffered;
-  const DescBufInfo& record = buffered.fill(log, *entry, true);
-  return makeText([&record](auto at) { return report(at, &record); });
+  if (!locateNewest(log, entry)) return nullptr;
+  RecordBuffer buffered(log);
+  const DescBufInfo* const record = buffered.fill(entry, true);
+  return makeText([record](auto at, std::size_t& pcRoom) { return report(at, record, pcRoom); });
 }
 
 char* db_get_desc_string_array(const void* buffer, std::uint64_t size) {
@@ -192,14 +265,16 @@ char* db_get_desc_string_array(const void* buffer, std::uint64_t size) {
   std::vector<Entry> entries;  // located once: doing that for the count and again for the text took 5 to 12 % longer
   if (log.isReadable()) {
     EntryWalk walk(log);
-    entries.reserve(walk.limit());
-    while (const auto entry = walk.next()) entries.push_back(*entry);
+    entries.reserve(std::size_t{walk.limit()} + 1);
+    while (walk.next(entries.emplace_back())) {
+    }
+    entries.pop_back();
   }
-  RecordBuffer record;
-  return makeText([&](auto at) {
+  RecordBuffer buffered(log);
+  return makeText([&](auto at, std::size_t& pcRoom) {
     std::uint32_t index = 0;
     for (const auto& entry : entries) {
-      at = arrayReport(at, index++, &record.fill(log, entry, kWrites<decltype(at)>));
+      at = arrayReport(at, index++, buffered.fill(entry, kWrites<decltype(at)>), pcRoom);
     }
     return at;
   });

@@ -3,6 +3,10 @@
 // Each function takes the place where its text goes and returns the place after it. A place is either a pointer, and
 // the text is written there, or a number, and the text is only counted: the same code does both, so that a text can
 // have memory of exactly its size before it is written.
+//
+// PCs are read from the log once for the count and once more for the text, and may have changed in between. So their
+// lines keep to the room that was counted for them: counting adds it up in `pcRoom`, and writing takes from it what it
+// uses and leaves out lines that would not fit. All else of a text is the same both times.
 #pragma once
 
 #include <cstddef>
@@ -14,16 +18,16 @@ namespace zarn::desc {
 
 // The report of one record. One that is null or not valid has none.
 template <typename Place>
-Place report(Place at, const DescBufInfo* record);
+Place report(Place at, const DescBufInfo* record, std::size_t& pcRoom);
 
 // The part of an array's report that belongs to the record at `index`. One that is null or not valid is left out, which
 // leaves a gap in the numbering.
 template <typename Place>
-Place arrayReport(Place at, std::uint32_t index, const DescBufInfo* record);
+Place arrayReport(Place at, std::uint32_t index, const DescBufInfo* record, std::size_t& pcRoom);
 
-extern template std::size_t report(std::size_t, const DescBufInfo*);
-extern template char* report(char*, const DescBufInfo*);
-extern template std::size_t arrayReport(std::size_t, std::uint32_t, const DescBufInfo*);
-extern template char* arrayReport(char*, std::uint32_t, const DescBufInfo*);
+extern template std::size_t report(std::size_t, const DescBufInfo*, std::size_t&);
+extern template char* report(char*, const DescBufInfo*, std::size_t&);
+extern template std::size_t arrayReport(std::size_t, std::uint32_t, const DescBufInfo*, std::size_t&);
+extern template char* arrayReport(char*, std::uint32_t, const DescBufInfo*, std::size_t&);
 
 }  // namespace zarn::desc

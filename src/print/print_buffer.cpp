@@ -40,7 +40,8 @@ std::uint32_t readIdentifier(const void* buffer, std::size_t size, std::size_t o
 InfoPtr readHeader(const void* buffer, std::size_t bufferSize, const char* stringTable, std::size_t stringTableSize) {
   // Deliberate (design.md, "620 bytes"): the last 64 bytes have to be there, although nothing reads them.
   if (buffer == nullptr || bufferSize < ZARN_PRINT_BUFFER_MIN_SIZE) return nullptr;
-  if (stringTable == nullptr || stringTableSize <= word(buffer, kFormatOffset)) return nullptr;
+  const std::uint32_t formatOffset = word(buffer, kFormatOffset);
+  if (stringTable == nullptr || stringTableSize <= formatOffset) return nullptr;
 
   const std::uint32_t headerWord = word(buffer, kHeaderWord);
   const std::uint32_t printKind = headerWord & 0x1F;
@@ -59,7 +60,7 @@ InfoPtr readHeader(const void* buffer, std::size_t bufferSize, const char* strin
   info->kernelId = word(buffer, kKernelId);
   info->instanceId = word(buffer, kInstanceId);
   info->subMask = reinterpret_cast<const std::uint32_t*>(bytes + kSubmasks);
-  info->format = stringTable + word(buffer, kFormatOffset);
+  info->format = stringTable + formatOffset;
   info->data = reinterpret_cast<const std::uint32_t*>(bytes + kData);
   return info;
 }
