@@ -2,6 +2,8 @@
 # The transcripts in the documents are what the tool prints, and docs/design.md lists the names of all behaviour that the
 # code marks as deliberate: documents.sh TOOL...
 set -u
+# shellcheck source-path=SCRIPTDIR
+. "$(dirname "$0")/environment.sh"
 cd "$(dirname "$0")/.." || exit 2
 tool=("$@")
 # shellcheck disable=SC2317  # called through eval

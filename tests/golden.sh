@@ -5,7 +5,11 @@
 #
 # A golden file is a transcript: each line "$ COMMAND", then what it wrote to standard output and standard error, then
 # "[exit STATUS]". --update writes the transcript anew, to be read line by line before it is committed.
+#
+# The exit status is 77 where a transcript needs a terminal and the machine has none to give.
 set -u
+# shellcheck source-path=SCRIPTDIR
+. "$(dirname "$0")/environment.sh"
 update=false
 [ "$1" != --update ] || { update=true; shift; }
 golden=$(realpath "$1")
@@ -20,7 +24,12 @@ cd "$(dirname "$0")/samples" || exit 2
 zarn-utility() { "${tool[@]}" "$@"; }
 
 # zarn-utility with a terminal for its output.
-on-terminal() { SHELL=$BASH script -qec "$(printf '%q ' "${tool[@]}" "$@")" /dev/null </dev/null | tr -d '\r'; }
+on-terminal() { terminal "$(printf '%q ' "${tool[@]}" "$@")" | tr -d '\r'; }
+terminal() { SHELL=$BASH script -qec "$1" /dev/null </dev/null; }
+if grep -q '^\$ .*on-terminal ' "$golden" && ! terminal true; then
+  echo "skipped: no pseudo-terminal can be had here"
+  exit 77
+fi
 
 # The string table of the samples with one more format, and a print buffer of one value for it: VALUE is four bytes as
 # printf takes them.

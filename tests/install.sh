@@ -2,6 +2,8 @@
 # Installs a build, moves the installation elsewhere, and uses it from there as others would: install.sh BUILD VERSION
 # Compilers and flags are taken from the environment (CC, CXX, CFLAGS, CXXFLAGS, LDFLAGS).
 set -eu
+# shellcheck source-path=SCRIPTDIR
+. "$(dirname "$0")/environment.sh"
 build=$1 version=$2
 source=$(realpath "$(dirname "$0")/..")
 samples=$source/tests/samples
@@ -44,9 +46,9 @@ inputs=("$samples/log/ring-buffer-ate.bin" "$samples/kernel/with-edma.bin")
 # C, by pkg-config.
 export PKG_CONFIG_PATH=${library%/*}/pkgconfig
 check "version of the pkg-config file" "$version" "$(pkg-config --modversion zarn_utility)"
-# shellcheck disable=SC2046,SC2086  # flags are several words
-${CC:-cc} -std=c99 ${CFLAGS:-} "$source/examples/decode.c" -o "$work/decode" \
-  $(pkg-config --cflags --libs zarn_utility) ${LDFLAGS:-}
+eval "found=($(pkg-config --cflags --libs zarn_utility))"  # quoted for a shell
+# shellcheck disable=SC2086,SC2154  # the others are several words; eval sets this one
+${CC:-cc} -std=c99 ${CFLAGS:-} "$source/examples/decode.c" -o "$work/decode" "${found[@]}" ${LDFLAGS:-}
 check "C by pkg-config" "$printed" "$("$work/decode" "$samples/print/strings.bin" "${buffers[@]}")"
 unset LD_LIBRARY_PATH
 

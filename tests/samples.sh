@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # The samples in samples/ are what their generator writes: samples.sh GENERATOR...
 set -eu
+# shellcheck source-path=SCRIPTDIR
+. "$(dirname "$0")/environment.sh"
 fresh=$(mktemp -d)
 trap 'rm -rf "$fresh"' EXIT
 "$@" "$fresh"

@@ -2,6 +2,8 @@
 # Checks how the library was compiled and linked: shared_object.sh OBJDUMP CONFIGURATION COMMANDS LIBRARY TOOL OBJECT...
 # COMMANDS is the build's compile_commands.json; TOOL may be empty. Nothing is run, so cross builds are checked as well.
 set -u
+# shellcheck source-path=SCRIPTDIR
+. "$(dirname "$0")/environment.sh"
 objdump=$1 configuration=$2 commands=$3 library=$4 tool=$5
 shift 5
 here=$(dirname "$0")
