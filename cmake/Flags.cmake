@@ -4,9 +4,9 @@ add_library(zarn_flags INTERFACE)
 target_compile_options(zarn_flags INTERFACE
   -Wall -Wextra -Wconversion -Wshadow -Wpedantic
   $<$<BOOL:${ZARN_UTILITY_WERROR}>:-Werror>)
-target_link_options(zarn_flags INTERFACE LINKER:-z,separate-code)
 
 # Hardening that costs nothing.
+target_link_options(zarn_flags INTERFACE LINKER:-z,separate-code,-z,relro,-z,now,-z,noexecstack)
 target_compile_options(zarn_flags INTERFACE -fstack-protector-strong)
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
   target_compile_options(zarn_flags INTERFACE -fcf-protection)

@@ -28,9 +28,6 @@ install(FILES ${PROJECT_BINARY_DIR}/zarn_utility.pc DESTINATION ${CMAKE_INSTALL_
 
 # Command-line tool
 if(ZARN_UTILITY_BUILD_TOOL)
-  cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR BASE_DIRECTORY ${CMAKE_INSTALL_FULL_BINDIR}
-    OUTPUT_VARIABLE libdir_from_bindir)
-  set_target_properties(zarn-utility PROPERTIES INSTALL_RPATH $ORIGIN/${libdir_from_bindir})
   install(TARGETS zarn-utility RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   configure_file(tools/zarn-utility.1.in zarn-utility.1 @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/zarn-utility.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)

@@ -24,8 +24,9 @@ prefix=$work/moved/prefix
 library=$(find "$prefix" -name libzarn_clc_zarn_utility.so)
 export LD_LIBRARY_PATH=${library%/*}  # for the C program alone: CMake writes the place into what it builds
 
-# The tool, which finds its library by itself.
-tool() { env -u LD_LIBRARY_PATH "$prefix/bin/zarn-utility" "$@"; }
+# The tool, which is one file to copy.
+mv "$prefix/bin" "$work/moved"
+tool() { env -u LD_LIBRARY_PATH "$work/moved/bin/zarn-utility" "$@"; }
 check "version of the tool" "zarn-utility $version" "$(tool --version)"
 check "version of the man page" 1 "$(grep -c "^\.Os zarn-utility $version$" "$prefix/share/man/man1/zarn-utility.1")"
 check "installed documents" "NOTICE.md formats.md" "$(cd "$prefix/share/doc/zarn_utility" && echo *)"

@@ -1,5 +1,8 @@
 #!/usr/bin/env bash
-# Checks how the library was compiled and linked: shared_object.sh OBJDUMP CONFIGURATION COMMANDS LIBRARY TOOL OBJECT...
+# Checks how library and tool were compiled and linked:
+#
+#   shared_object.sh OBJDUMP CONFIGURATION COMMANDS LIBRARY TOOL OBJECT...
+#
 # COMMANDS is the build's compile_commands.json; TOOL may be empty. Nothing is run, so cross builds are checked as well.
 set -u
 # shellcheck source-path=SCRIPTDIR
@@ -18,17 +21,23 @@ symbols=$(readelf -W --dyn-syms "$library")
 exported=$(awk '$1 ~ /^[0-9]+:$/ && $5 != "LOCAL" && $7 != "UND" && $7 != "ABS" { print $8 }' <<<"$symbols" | sort)
 check "exported names" "$(cat "$here/exports.txt")" "$exported"
 
-dynamic=$(readelf -W -d "$library")
-check "SONAME" "libzarn_clc_zarn_utility.so" "$(sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p' <<<"$dynamic")"
-check "libraries other than the C and C++ run-time" "" "$(sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' <<<"$dynamic" |
-  grep -vE '^(libc|libm|libdl|libgcc_s|libstdc\+\+|libc\+\+|libc\+\+abi|libunwind|ld(64|-linux-.*))\.so(\.[0-9]+)*$')"
-check "immediate binding" "NOW" "$(grep -o 'Flags: NOW\|BIND_NOW' <<<"$dynamic" | grep -o NOW | sort -u)"
-check "relocations in code" "" "$(grep TEXTREL <<<"$dynamic")"
+check "SONAME" "libzarn_clc_zarn_utility.so" "$(readelf -W -d "$library" | sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p')"
 
-segments=$(readelf -W -l "$library")
-check "read-only after relocation" "GNU_RELRO" "$(grep -o GNU_RELRO <<<"$segments")"
-check "stack" "RW" "$(awk '$1 == "GNU_STACK" { print $7 }' <<<"$segments")"
-check "writable code" "" "$(awk '$1 == "LOAD" && /RWE/' <<<"$segments")"
+for file in "$library" ${tool:+"$tool"}; do
+  dynamic=$(readelf -W -d "$file")
+  check "libraries other than the C and C++ run-time that $file needs" "" \
+    "$(sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' <<<"$dynamic" |
+      grep -vE '^(libc|libm|libdl|libgcc_s|libstdc\+\+|libc\+\+|libc\+\+abi|libunwind|ld(64|-linux-.*))\.so(\.[0-9]+)*$')"
+  check "paths to libraries in $file" "" "$(grep -E 'RPATH|RUNPATH' <<<"$dynamic")"
+  check "immediate binding of $file" "NOW" "$(grep -o 'Flags: NOW\|BIND_NOW' <<<"$dynamic" | grep -o NOW | sort -u)"
+  check "relocations in the code of $file" "" "$(grep TEXTREL <<<"$dynamic")"
+  check "position of $file, which is free" "DYN" "$(readelf -h "$file" | awk '$1 == "Type:" { print $2 }')"
+
+  segments=$(readelf -W -l "$file")
+  check "$file is read-only after relocation" "GNU_RELRO" "$(grep -o GNU_RELRO <<<"$segments")"
+  check "stack of $file" "RW" "$(awk '$1 == "GNU_STACK" { print $7 }' <<<"$segments")"
+  check "writable code in $file" "" "$(awk '$1 == "LOAD" && /RWE/' <<<"$segments")"
+done
 
 # What each processor has for branch protection: the compiler's option, the instruction that a function begins with, and
 # what an object's note says. Android devices on arm64 may have pages of 16 KiB.
@@ -49,12 +58,16 @@ for file in "$library" ${tool:+"$tool"}; do
 done
 
 # The hardening that the compiler was asked for: whether a given compiler finds anything to protect is its own matter.
-options=(-fno-exceptions -fvisibility=hidden -fstack-protector-strong ${branch_protection:+"$branch_protection"})
+options=(-fstack-protector-strong ${branch_protection:+"$branch_protection"})
 [ "$configuration" = Debug ] || options+=(-D_FORTIFY_SOURCE=2)
-compiled=$(grep '"command":.*zarn_utility_objects\.dir' "$commands")
+compiled=$(grep -E '"command":.*(zarn_utility_objects|zarn-utility)\.dir' "$commands")
 check "compiled files" $# "$(wc -l <<<"$compiled")"
 for option in "${options[@]}"; do
   check "files compiled without $option" "" "$(grep -vFe " $option " <<<"$compiled")"
+done
+for option in -fno-exceptions -fvisibility=hidden; do
+  check "the library's files compiled without $option" "" \
+    "$(grep -F zarn_utility_objects.dir <<<"$compiled" | grep -vFe " $option ")"
 done
 
 if [ -n "$landing" ]; then
