@@ -1,18 +1,32 @@
-// Ends the process when the program's operator new throws.
+// Ends the process when the program's operator new throws, or when the C++ run-time library is asked to.
 //
 // The library has unwind tables, without which a crash report or a profile would lose whoever called it. But it is
 // built without exceptions, so one that passed through it would leak what the library holds. The linker's option --wrap
-// leads every call of operator new to this file, the only one with exceptions switched on: here noexcept takes effect.
+// leads the calls named here to this file, where noexcept takes effect: whatever flags a parent project has, this file
+// alone has exceptions switched on.
 
 #include <cstddef>
+#include <exception>
 
-// The linker makes up these names from those of operator new and operator new[].
+#ifndef __cpp_exceptions
+#error "without exceptions, those of operator new would leave the library"
+#endif
+
+// The linker makes up these names from those of the functions.
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl*,readability-identifier-naming)
 extern "C" {
+// operator new and operator new[]
 void* __real__Znwm(std::size_t size);
 void* __real__Znam(std::size_t size);
 
 void* __wrap__Znwm(std::size_t size) noexcept { return __real__Znwm(size); }
 void* __wrap__Znam(std::size_t size) noexcept { return __real__Znam(size); }
+
+// What libstdc++ throws by, without the arguments; libc++ ends the process by itself. As none of these is imported, the
+// library also runs with a libstdc++ that is older than they are.
+[[noreturn]] void __wrap__ZSt17__throw_bad_allocv() noexcept { std::terminate(); }
+[[noreturn]] void __wrap__ZSt28__throw_bad_array_new_lengthv() noexcept { std::terminate(); }
+[[noreturn]] void __wrap__ZSt20__throw_length_errorPKc() noexcept { std::terminate(); }
+[[noreturn]] void __wrap__ZSt24__throw_out_of_range_fmtPKcz() noexcept { std::terminate(); }
 }
 // NOLINTEND(bugprone-reserved-identifier,cert-dcl*,readability-identifier-naming)

@@ -78,7 +78,7 @@ consumer package -DCMAKE_PREFIX_PATH="$prefix"
 check "version of the CMake package" "$version" \
   "$(sed -n 's/^set(PACKAGE_VERSION "\(.*\)")$/\1/p' "$prefix"/*/cmake/zarn_utility/zarn_utility-config-version.cmake)"
 
-# C++, as a subproject, which keeps to itself: its parent has another {fmt}.
+# C++, as a subproject, which keeps to itself: its parent has another {fmt}, and no exceptions.
 other=$work/other-fmt
 mkdir -p "$other/include/fmt" "$other/lib/cmake/fmt"
 for header in core format printf; do echo '#error "the {fmt} of the parent"' >"$other/include/fmt/$header.h"; done
@@ -87,7 +87,11 @@ echo 'add_library(fmt::fmt-header-only INTERFACE IMPORTED)
 target_include_directories(fmt::fmt-header-only INTERFACE ${CMAKE_CURRENT_LIST_DIR}/../../../include)' \
   >"$other/lib/cmake/fmt/fmt-config.cmake"
 subproject=(-DZARN_UTILITY_SOURCE="$source" -DOTHER_FMT="$other" -DCMAKE_PREFIX_PATH="$other")
-consumer subproject "${subproject[@]}" -DFMT_USE=before
+consumer subproject "${subproject[@]}" -DFMT_USE=before -DCMAKE_CXX_FLAGS="${CXXFLAGS:-} -fno-exceptions"
+# The loader takes the library that is there already; the place of one that is preloaded must have no blanks.
+(cd "$work/subproject/zarn_utility" && LD_PRELOAD=./${library##*/} \
+  logged "$work/exceptions.log" "$build/tests/host_tests" --gtest_filter=Host.AnExceptionOfOperatorNewEndsTheProcess)
+check "exceptions, with a parent that has none" 1 "$(grep -c '^\[  PASSED  \] 1 test\.$' "$work/exceptions.log")"
 check "tests of a subproject" "Total Tests: 0" "$(ctest --test-dir "$work/subproject" -N | grep Total)"
 cmake --install "$work/subproject" >/dev/null
 check "installed by a subproject" "" "$(find "$work/subproject/prefix" -type f 2>/dev/null)"

@@ -21,6 +21,7 @@ symbols=$(readelf -W --dyn-syms "$library")
 exported=$(awk '$1 ~ /^[0-9]+:$/ && $5 != "LOCAL" && $7 != "UND" && $7 != "ABS" { print $8 }' <<<"$symbols" | sort)
 check "exported names" "$(cat "$here/exports.txt")" "$exported"
 
+check "imported functions that throw" "" "$(awk '$7 == "UND" && $8 ~ /__throw_|__cxa_throw/ { print $8 }' <<<"$symbols")"
 check "SONAME" "libzarn_clc_zarn_utility.so" "$(readelf -W -d "$library" | sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p')"
 
 for file in "$library" ${tool:+"$tool"}; do
@@ -40,13 +41,21 @@ for file in "$library" ${tool:+"$tool"}; do
 done
 
 # What each processor has for branch protection: the compiler's option, the instruction that a function begins with, and
-# what an object's note says. Android devices on arm64 may have pages of 16 KiB.
-branch_protection='' landing='' note='' page_size=0x1000
+# what an object's note says. Android devices on arm64 may have pages of 16 KiB. And each has its own oldest C library.
+branch_protection='' landing='' note='' page_size=0x1000 glibc=2.14
 case $(readelf -h "$library" | sed -n 's/.*Machine: *//p') in
   *X86-64) branch_protection=-fcf-protection landing=endbr64 note='x86 feature: IBT, SHSTK' ;;
   AArch64) branch_protection=-mbranch-protection=standard landing='paciasp|bti' note='AArch64 feature: BTI, PAC'
-    page_size=0x4000 ;;
+    page_size=0x4000 glibc=2.17 ;;
 esac
+
+# An old machine's run-time libraries have these versions of their symbols. (A debug build asserts with newer ones.)
+if [ "$configuration" != Debug ]; then
+  for most in CXXABI_1.3.9 GCC_3.4 GLIBCXX_3.4 GLIBC_$glibc; do
+    found=$(readelf -W -V "$library" | grep -oE "Name: ${most%_*}_[0-9.]+" | sed 's/Name: //')
+    check "newest version of ${most%_*} that is needed" "$most" "$(printf '%s\n' "$found" "$most" | sort -V | tail -n 1)"
+  done
+fi
 
 for file in "$library" ${tool:+"$tool"}; do
   loaded=$(readelf -W -l "$file" | awk '$1 == "LOAD" { print $2, $NF, / R E / }')
