@@ -12,7 +12,11 @@ if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
   target_compile_options(zarn_flags INTERFACE -fcf-protection)
 elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64|arm64")
   target_compile_options(zarn_flags INTERFACE -mbranch-protection=standard)
-  # Android devices may have pages of 16 KiB, and refuse an object that is aligned to less.
+endif()
+
+# Android devices may have pages of 16 KiB, and refuse an object that is aligned to less; not all linkers' defaults are
+# that much. Elsewhere the default is right: on aarch64 Linux it is 64 KiB, as kernels with pages of that size need it.
+if(ANDROID)
   target_link_options(zarn_flags INTERFACE LINKER:-z,max-page-size=16384)
 endif()
 

@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
 # Checks how library and tool were compiled and linked:
 #
-#   shared_object.sh OBJDUMP CONFIGURATION COMMANDS LIBRARY TOOL OBJECT...
+#   shared_object.sh OBJDUMP SYSTEM CONFIGURATION COMMANDS LIBRARY TOOL OBJECT...
 #
 # COMMANDS is the build's compile_commands.json; TOOL may be empty. Nothing is run, so cross builds are checked as well.
 set -u
 # shellcheck source-path=SCRIPTDIR
 . "$(dirname "$0")/environment.sh"
-objdump=$1 configuration=$2 commands=$3 library=$4 tool=$5
-shift 5
+objdump=$1 system=$2 configuration=$3 commands=$4 library=$5 tool=$6
+shift 6
 here=$(dirname "$0")
 status=0
 check() {  # check WHAT EXPECTED FOUND
@@ -41,13 +41,14 @@ for file in "$library" ${tool:+"$tool"}; do
 done
 
 # What each processor has for branch protection: the compiler's option, the instruction that a function begins with, and
-# what an object's note says. Android devices on arm64 may have pages of 16 KiB. And each has its own oldest C library.
+# what an object's note says. Each also has its largest pages and its oldest C library.
 branch_protection='' landing='' note='' page_size=0x1000 glibc=2.14
 case $(readelf -h "$library" | sed -n 's/.*Machine: *//p') in
   *X86-64) branch_protection=-fcf-protection landing=endbr64 note='x86 feature: IBT, SHSTK' ;;
   AArch64) branch_protection=-mbranch-protection=standard landing='paciasp|bti' note='AArch64 feature: BTI, PAC'
-    page_size=0x4000 glibc=2.17 ;;
+    page_size=0x10000 glibc=2.17 ;;
 esac
+[ "$system" != Android ] || page_size=0x4000
 
 # An old machine's run-time libraries have these versions of their symbols. (A debug build asserts with newer ones.)
 if [ "$configuration" != Debug ]; then
@@ -61,7 +62,7 @@ for file in "$library" ${tool:+"$tool"}; do
   loaded=$(readelf -W -l "$file" | awk '$1 == "LOAD" { print $2, $NF, / R E / }')
   check "executable segments of $file" 1 "$(grep -c ' 1$' <<<"$loaded")"
   while read -r offset alignment is_code; do
-    check "alignment of $alignment in $file is enough" 1 $((alignment >= page_size))
+    check "alignment of $file" $page_size "$alignment"
     check "code in pages of its own in $file" 1 $((!is_code || offset % alignment == 0))
   done <<<"$loaded"
 done
