@@ -5,6 +5,11 @@ target_compile_options(zarn_flags INTERFACE
   -Wall -Wextra -Wconversion -Wshadow -Wpedantic
   $<$<BOOL:${ZARN_UTILITY_WERROR}>:-Werror>)
 
+# The same bits wherever they are built, so no file in them has the name of a folder. (A debugger wants just that.)
+foreach(folder ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR})
+  target_compile_options(zarn_flags INTERFACE $<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${folder}=.>)
+endforeach()
+
 # Hardening that costs nothing.
 target_link_options(zarn_flags INTERFACE LINKER:-z,separate-code,-z,relro,-z,now,-z,noexecstack)
 target_compile_options(zarn_flags INTERFACE -fstack-protector-strong)

@@ -70,7 +70,7 @@ done
 # The hardening that the compiler was asked for: whether a given compiler finds anything to protect is its own matter.
 options=(-fstack-protector-strong ${branch_protection:+"$branch_protection"})
 [ "$configuration" = Debug ] || options+=(-D_FORTIFY_SOURCE=2)
-compiled=$(grep -E '"command":.*(zarn_utility_objects|zarn-utility)\.dir' "$commands")
+compiled=$(grep -E '"command":.*(zarn_utility_objects|zarn_tool_objects)\.dir' "$commands")
 check "compiled files" $# "$(wc -l <<<"$compiled")"
 for option in "${options[@]}"; do
   check "files compiled without $option" "" "$(grep -vFe " $option " <<<"$compiled")"
