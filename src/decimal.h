@@ -1,6 +1,7 @@
 // Decimal digits, written two at a time.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <concepts>
@@ -81,9 +82,7 @@ inline char* writeOneOrTwoDigits(char* at, std::uint64_t number) {
 
 // Writes a number of at most two digits more than `pairs` pairs, from its front. Divided by 100^pairs, its first one or
 // two digits are the integer part, and each multiplication by 100 makes the next pair the integer part. The fraction
-// has as many bits as leave room for that. The divisor's inverse is rounded up by less than 1, which makes the quotient
-// too large by less than 10^(2 * pairs + 2); one in the last digit is worth 2^57 / 10^(2 * pairs), which is more than
-// that for up to three pairs. For four, the inverse is rounded up by 0.25 only, and the number is below 2^32.
+// has as many bits as leave room for that.
 template <unsigned pairs>
 char* writePairs(char* at, std::uint32_t number) {
   constexpr unsigned kFractionBits = 57;
@@ -93,7 +92,12 @@ char* writePairs(char* at, std::uint32_t number) {
     for (unsigned i = 0; i < pairs; ++i) power *= 100;
     return power;
   }();
-  std::uint64_t rest = number * ((kOne + kPower - 1) / kPower);
+  constexpr std::uint64_t kInverse = (kOne + kPower - 1) / kPower;  // rounded up
+  constexpr std::uint64_t kMost = std::min<std::uint64_t>(100 * kPower - 1, UINT32_MAX);
+  static_assert(kMost * (kInverse * kPower - kOne) < kOne,
+                "the quotient is too large by less than one in the last digit");
+  static_assert(kMost <= UINT64_MAX / kInverse && kOne <= UINT64_MAX / 100, "nothing overflows");
+  std::uint64_t rest = number * kInverse;
   at = writeOneOrTwoDigits(at, rest >> kFractionBits);
   for (unsigned i = 0; i < pairs; ++i, at += 2) {
     rest = rest % kOne * 100;

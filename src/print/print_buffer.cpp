@@ -30,12 +30,13 @@ std::uint32_t word(const void* buffer, std::size_t offset) {
   return loadU32(static_cast<const std::uint8_t*>(buffer) + offset);
 }
 
-}  // namespace
-
-std::uint32_t readIdentifier(const void* buffer, std::size_t size, std::size_t offset) {
+// The word at `offset`, or 0xFFFFFFFF where the buffer is null or ends before the word does.
+std::uint32_t identifier(const void* buffer, std::size_t size, std::size_t offset) {
   if (buffer == nullptr || size < offset + 4) return 0xFFFFFFFF;
   return word(buffer, offset);
 }
+
+}  // namespace
 
 InfoPtr readHeader(const void* buffer, std::size_t bufferSize, const char* stringTable, std::size_t stringTableSize) {
   // Deliberate (design.md, "620 bytes"): the last 64 bytes have to be there, although nothing reads them.
@@ -68,15 +69,15 @@ InfoPtr readHeader(const void* buffer, std::size_t bufferSize, const char* strin
 }  // namespace zarn::print
 
 std::uint32_t db_get_gid(const void* buffer, std::size_t size) {
-  return zarn::print::readIdentifier(buffer, size, zarn::print::kGraphId);
+  return zarn::print::identifier(buffer, size, zarn::print::kGraphId);
 }
 
 std::uint32_t db_get_kid(const void* buffer, std::size_t size) {
-  return zarn::print::readIdentifier(buffer, size, zarn::print::kKernelId);
+  return zarn::print::identifier(buffer, size, zarn::print::kKernelId);
 }
 
 std::uint32_t db_get_jid(const void* buffer, std::size_t size) {
-  return zarn::print::readIdentifier(buffer, size, zarn::print::kInstanceId);
+  return zarn::print::identifier(buffer, size, zarn::print::kInstanceId);
 }
 
 PrintBufInfo* db_get_print_buffer_info(const void* buffer, std::size_t bufferSize, const char* stringTable,

@@ -21,9 +21,6 @@ struct InfoDeleter {
 
 using InfoPtr = std::unique_ptr<PrintBufInfo, InfoDeleter>;
 
-// The word at `offset`, or 0xFFFFFFFF where the buffer is null or ends before the word does.
-std::uint32_t readIdentifier(const void* buffer, std::size_t size, std::size_t offset);
-
 // The record, or null where the header is not acceptable.
 InfoPtr readHeader(const void* buffer, std::size_t bufferSize, const char* stringTable, std::size_t stringTableSize);
 
