@@ -171,9 +171,9 @@ ZARN_UTILITY_API void db_free_print_buffer_info(PrintBufInfo** info);
  *
  *   - A conversion that does not suit an integer ('%s' of 7), or has no argument left, gives no text. A float is
  *     written whatever the conversion ('%d', '%x' and '%s' of 1.5 give 1.5).
- *   - A conversion gives no text if it breaks off after a length modifier, has argument index 0, has an index, width or
- *     precision above INT_MAX (even one that '*' takes from the value), or is '%a' or '%A' of a float with a precision
- *     above INT_MAX - 9.
+ *   - A conversion gives no text if it breaks off after a length modifier, has argument index 0, has a width above
+ *     INT_MAX (even one that '*' takes from the value), or is '%a' or '%A' of a float with a precision above
+ *     INT_MAX - 9.
  *   - Other widths and precisions are honoured: up to 2 GiB of text for one conversion, of which a format can have any
  *     number.
  *   - '%c' puts the lowest byte of the word into the text. If it is 0, strlen() of the text ends there.

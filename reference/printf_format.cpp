@@ -5,9 +5,12 @@
 //
 //   - a conversion that breaks off after a length modifier ("%ll" at the end of the format);
 //   - argument index 0 ("%0$u");
-//   - an index, width or precision beyond INT_MAX, written out or taken from the value by '*';
+//   - a width beyond INT_MAX, written out or taken from the value by '*';
 //   - "%a" and "%A" of a float with a precision above INT_MAX - 9.
+//
+// To {fmt}, an index beyond INT_MAX is none, and neither is a precision; but one that '*' takes from the value is 0.
 
+#include <algorithm>
 #include <climits>
 #include <cstddef>
 #include <cstdint>
@@ -18,6 +21,8 @@
 
 namespace zarn::reference {
 namespace {
+
+constexpr std::uint32_t kTooLarge = 0x80000000;
 
 struct Reader {
   std::string_view format;
@@ -41,20 +46,24 @@ struct Reader {
 
   bool takeNext() { return argumentsTaken == -1 || argumentsTaken++ == 0; }
 
-  int limited(std::uint64_t number) {
-    if (number <= INT_MAX) return static_cast<int>(number);
-    isSilent = true;
-    return INT_MAX;
-  }
-
-  int number() {
-    std::uint64_t value = 0;
-    for (; isDigit(); ++at) value = value > INT_MAX ? value : value * 10 + static_cast<unsigned>(format[at] - '0');
-    return limited(value);
+  // That a number gets beyond an int is noticed in front of a digit; that one and the rest of them stay where they are.
+  std::uint32_t number() {
+    std::uint32_t value = 0;
+    for (; isDigit(); ++at) {
+      if (value > INT_MAX / 10) return kTooLarge;
+      value = value * 10 + static_cast<unsigned>(format[at] - '0');
+    }
+    return std::min(value, kTooLarge);
   }
 
   // Of '*'. A float, or no argument at all, counts as 0.
-  int numberFromArgument() { return takeNext() && !isFloat ? limited(word) : 0; }
+  std::uint32_t numberFromArgument() { return takeNext() && !isFloat ? std::min(word, kTooLarge) : 0; }
+
+  int width(std::uint32_t number) {
+    if (number < kTooLarge) return static_cast<int>(number);
+    isSilent = true;
+    return INT_MAX;
+  }
 
   // Index, flags, width; precision; length modifier; type.
   Conversion conversion() {
@@ -62,15 +71,15 @@ struct Reader {
     const int takenBefore = argumentsTaken;
     isSilent = false;
     bool hasIndex = false;
-    int index = 0;
+    std::uint32_t index = 0;
     bool mayHaveWidth = true;
     if (isDigit()) {
-      const int value = number();
-      hasIndex = skipOneOf("$");
-      if (hasIndex) {
+      const std::uint32_t value = number();
+      if (skipOneOf("$")) {
+        hasIndex = value < kTooLarge;
         index = value;
       } else if (value != 0) {  // a width; only zeros are flags
-        result.width = value;
+        result.width = width(value);
         mayHaveWidth = false;
       }
     }
@@ -78,13 +87,15 @@ struct Reader {
       while (skipOneOf("-+ #0")) {
       }
       if (isDigit()) {
-        result.width = number();
+        result.width = width(number());
       } else if (skipOneOf("*")) {
-        result.width = numberFromArgument();
+        result.width = width(numberFromArgument());
       }
     }
     if (skipOneOf(".")) {
-      result.precision = isDigit() ? number() : skipOneOf("*") ? numberFromArgument() : 0;
+      const bool isWritten = isDigit();
+      const std::uint32_t value = isWritten ? number() : skipOneOf("*") ? numberFromArgument() : 0;
+      result.precision = value < kTooLarge ? static_cast<int>(value) : isWritten ? -1 : 0;
     }
     if (hasIndex) {
       if (argumentsTaken == 0) argumentsTaken = -1;

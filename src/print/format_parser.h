@@ -1,6 +1,8 @@
-// A device's format string, read once and taken apart.
+// A device's format string, taken apart.
 #pragma once
 
+#include <climits>
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -35,28 +37,102 @@ struct Conversion {
   static constexpr int kMaxFixedPrecision = 9;
 };
 
+// Deliberate (design.md, "Numbers beyond INT_MAX"): where '*' takes a precision that is no int, that counts as 0.
+inline std::size_t widthOf(const Conversion& conversion, std::uint32_t word) {
+  return conversion.isWidthValue ? word : static_cast<std::uint32_t>(conversion.width);
+}
+inline std::size_t precisionOf(const Conversion& conversion, std::uint32_t word) {
+  if (!conversion.isPrecisionValue) return static_cast<std::uint32_t>(conversion.precision);
+  return word > INT_MAX ? 0 : word;
+}
+
 // Some text, and the conversion after it.
 struct Piece {
   std::string_view text;
   Conversion conversion;
 };
 
-// Most formats have a few pieces only, which need no heap.
-using Pieces = fmt::basic_memory_buffer<Piece, 8>;
+// Some pieces of a format. One that has more is taken apart again for each value, so that no format takes much memory:
+// a list of all pieces of 16 MiB of "%%" took 600 MiB.
+class Pieces {
+ public:
+  const Piece* begin() const { return pieces_.data(); }
+  const Piece* end() const { return begin() + size_; }
 
-// Reads a format as {fmt} 7's printf does when it is given one argument, and fills the list, which is empty, with its
-// pieces. These refer to the format's characters.
+  void clear() { size_ = 0; }
+  bool isFull() const { return size_ == kMost; }
+
+  // Pieces are filled in where they are: to copy what has just been written member by member takes longer than all the
+  // rest of the parsing.
+  Piece& next() {
+    pieces_.resize(size_ + 1);
+    return pieces_[size_];
+  }
+  void keepNext() { ++size_; }
+
+ private:
+  static constexpr std::size_t kMost = 1000;
+  static constexpr std::size_t kWithoutHeap = 8;  // more than most formats have
+
+  fmt::basic_memory_buffer<Piece, kWithoutHeap> pieces_;
+  std::size_t size_ = 0;
+};
+
+// Reads a format as {fmt} 7's printf does when it is given one argument.
 //
 // Deliberate (design.md, "Silent conversions"): some conversions give no text, because {fmt} without its error reports
 // would do harm with them. They use up their argument as any other does:
 //
 //   - one that breaks off after a length modifier ("%h", "%5ll"): {fmt} reads on past the end of the format;
 //   - one with argument index 0 ("%0$u"): {fmt} shifts by a negative count;
-//   - one with an index, width or precision beyond INT_MAX, written out or taken from the value by '*': {fmt} pads to
-//     2 GiB and more, or takes a longer number for two; where it would do neither, the rule is the same for simplicity;
+//   - one with a width beyond INT_MAX, written out or taken from the value by '*': {fmt} pads to 2 GiB and more;
 //   - "%a" or "%A" of a float with a precision above INT_MAX - 9: {fmt} asks for memory for ever.
 //
 // Any other malformed conversion gives what {fmt} makes of it.
-void parseFormat(std::string_view format, bool isFloat, Pieces& pieces);
+//
+// The format may change while it is read: each character that decides about anything is fetched once.
+class FormatParser {
+ public:
+  // Pieces refer to the format's characters.
+  FormatParser(std::string_view format, bool isFloat) : format_(format), isFloat_(isFloat) {}
+
+  // Replaces what is in the list by the next pieces, as many as there is room for. Returns whether more may follow.
+  bool parse(Pieces& pieces);
+
+ private:
+  enum class Length { kInt, kChar, kShort, kWide };
+
+  // Which references get the argument. There is only one, so of the automatic references the first gets it.
+  // Deliberate (design.md, "Index first"): once an index came first, every automatic reference is to argument 1,
+  // because {fmt}'s report about mixing the two is compiled out.
+  class ArgumentIds {
+   public:
+    bool takeNext();
+    bool takeIndexed(std::uint32_t index);
+
+   private:
+    enum class State { kUnused, kTaken, kIndexed };
+    State state_ = State::kUnused;
+  };
+
+  char peek() const;
+  bool skip(char c);
+  bool isAtDigit() const;
+  std::uint32_t parseNumber();
+
+  void parseConversion(Conversion& to);
+  std::uint32_t parseIndexFlagsAndWidth(Conversion& to);
+  bool parseFlag(Conversion& to);
+  void setWidth(Conversion& to, std::uint32_t width);
+  void parsePrecision(Conversion& to);
+  bool countIsValue();
+  Length parseLength();
+
+  std::string_view format_;
+  bool isFloat_;
+  std::size_t at_ = 0;  // the next character to read
+  ArgumentIds ids_;
+  bool isSilent_ = false;  // the conversion at hand gives no text
+};
 
 }  // namespace zarn::print

@@ -58,8 +58,8 @@ inline Field integerField(const Conversion& conversion, std::uint32_t word) {
   const std::uint32_t number = (isNegative ? 0 - word : word) << cut >> cut;
   field.number = number;
   field.addSign(conversion, isNegative);
-  const std::size_t width = conversion.isWidthValue ? word : static_cast<std::uint32_t>(conversion.width);
-  std::size_t leastDigits = conversion.isPrecisionValue ? word : static_cast<std::uint32_t>(conversion.precision);
+  const std::size_t width = widthOf(conversion, word);
+  std::size_t leastDigits = precisionOf(conversion, word);
   if (conversion.type == 'd' || conversion.type == 'u') {
     field.digits = decimalDigits(number);
   } else if (conversion.type == 'c') {

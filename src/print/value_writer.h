@@ -38,8 +38,11 @@ class ValueWriter {
 
  private:
   static char* writeOther(char* at, const Conversion& conversion, std::uint32_t word);
+  static void appendPieces(Text& out, const Pieces& pieces, std::uint32_t word);
 
-  Pieces pieces_;
+  Pieces pieces_;        // the first, and nearly always all
+  FormatParser parser_;  // of those after them
+  bool hasMore_;
   std::size_t mostCharacters_ = 0;
 };
 
