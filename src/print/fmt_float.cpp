@@ -3,12 +3,10 @@
 #include <locale.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstddef>
 
 #include "fmt.h"
 #include "format_parser.h"
-#include "text.h"
 
 namespace zarn::print {
 namespace {
@@ -47,41 +45,27 @@ char* writeInAnyLocale(char* at, const Conversion& conversion, float value) {
   return fmt::printf_arg_formatter<char*, char>(at, specs, context)(value);
 }
 
-char* write(char* at, const Conversion& conversion, float value) {
-  if (conversion.type != 'a' && conversion.type != 'A') return writeInAnyLocale(at, conversion, value);
-  const ClassicLocaleScope scope;
-  return writeInAnyLocale(at, conversion, value);
-}
-
 // How many digits the precision may add. To infinities and NaNs it adds none; and %g leaves out the zeros at the end,
 // unless '#' asks for them, which leaves the digits that a float has.
-int mostDigits(const Conversion& conversion, float value) {
+int mostDigits(const Conversion& conversion, bool isFinite) {
   constexpr int kMaxDigitsOfFloat = 112;  // those of the largest number below 2^-126
-  if (!std::isfinite(value)) return 0;
+  if (!isFinite) return 0;
   const bool isGeneral = conversion.type == 'g' || conversion.type == 'G';
   return isGeneral && !conversion.isAlternate ? std::min(conversion.precision, kMaxDigitsOfFloat)
                                               : conversion.precision;
 }
 
-// More than {fmt} needs: a sign, the 39 digits of the largest float, a point, the digits that the precision asks for or
-// six, or else a prefix or zeros in front and an exponent; and one more than the width.
-std::size_t mostCharacters(const Conversion& conversion, float value) {
-  constexpr std::size_t kMaxOfFloat = 64;
-  const int digits = std::max(mostDigits(conversion, value), 0);
-  return kMaxOfFloat + static_cast<std::size_t>(conversion.width) + static_cast<std::size_t>(digits);
-}
-
 }  // namespace
 
-void appendByFmt(Text& out, const Conversion& conversion, float value) {
-  // Where there is less room than that, the text may have enough in it; but a longer one needs memory in any case.
-  char scratch[500];
-  const std::size_t most = mostCharacters(conversion, value);
-  if (most > out.room() && most <= sizeof scratch) {
-    out.append({scratch, static_cast<std::size_t>(write(scratch, conversion, value) - scratch)});
-  } else {
-    out.setEnd(write(out.makeRoom(most), conversion, value));
-  }
+std::size_t mostCharactersByFmt(const Conversion& conversion, bool isFinite) {
+  const int digits = std::max(mostDigits(conversion, isFinite), 0);
+  return kMaxByFmt + static_cast<std::size_t>(conversion.width) + static_cast<std::size_t>(digits);
+}
+
+char* writeByFmt(char* at, const Conversion& conversion, float value) {
+  if (conversion.type != 'a' && conversion.type != 'A') return writeInAnyLocale(at, conversion, value);
+  const ClassicLocaleScope scope;
+  return writeInAnyLocale(at, conversion, value);
 }
 
 }  // namespace zarn::print

@@ -1,11 +1,19 @@
 // Floats that {fmt} writes.
 #pragma once
 
+#include <cstddef>
+
 #include "format_parser.h"
-#include "text.h"
 
 namespace zarn::print {
 
-void appendByFmt(Text& out, const Conversion& conversion, float value);
+// A sign, the 39 digits of the largest float, a point and six digits, or else a prefix or zeros in front and an
+// exponent are less; and {fmt} asks for one more than the width.
+inline constexpr std::size_t kMaxByFmt = 64;
+
+// The room that writeByFmt() needs.
+std::size_t mostCharactersByFmt(const Conversion& conversion, bool isFinite);
+
+char* writeByFmt(char* at, const Conversion& conversion, float value);
 
 }  // namespace zarn::print

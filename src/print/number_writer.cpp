@@ -21,8 +21,6 @@ struct Field {
   std::uint32_t prefix = 0;    // its characters, the last in the lowest byte
   unsigned prefixSize = 0;
 
-  std::size_t size() const { return spaces + prefixSize + zeros + digits; }
-
   void addPrefix(char c) {
     prefix = prefix << 8 | static_cast<unsigned char>(c);
     ++prefixSize;
@@ -158,8 +156,6 @@ char* fill(char* at, char c, std::size_t count) {
 }
 
 }  // namespace
-
-std::size_t numberSize(const Conversion& conversion, std::uint32_t word) { return fieldOf(conversion, word).size(); }
 
 char* writeNumber(char* at, const Conversion& conversion, std::uint32_t word) {
   const Field field = fieldOf(conversion, word);

@@ -10,21 +10,14 @@
 
 namespace zarn::print {
 
-// Unless they say more, these are for conversions of the kinds kPlain, kInteger and kFixed.
+// Floats from 2^64 on, infinities and NaNs are left to {fmt}.
+inline bool isBelow2To64(std::uint32_t word) { return (word & 0x7F800000) < (127 + 64) << 23; }
 
-// Whether this library writes the value. Floats from 2^64 on, infinities and NaNs are left to {fmt}.
-inline bool isInRange(const Conversion& conversion, std::uint32_t word) {
-  constexpr std::uint32_t kTwoTo64 = (127 + 64) << 23;
-  return conversion.kind != Conversion::Kind::kFixed || (word & 0x7F800000) < kTwoTo64;
-}
+// The room that a number may need beyond its width or precision, whichever is larger: a sign, the 39 digits of a float,
+// a point and nine decimals are the most, and {fmt} has some to spare.
+inline constexpr std::size_t kMaxOfNumber = 64;
 
-// What a number may need beyond its width or precision, whichever is larger: 32 binary digits with a prefix of three
-// characters are the most.
-inline constexpr std::size_t kMaxOfNumber = 40;
-
-std::size_t numberSize(const Conversion& conversion, std::uint32_t word);
-
-// Writes exactly that many characters, and returns their end.
+// Writes what conversions of the kinds kInteger and kFixed make of `word`, and returns its end.
 char* writeNumber(char* at, const Conversion& conversion, std::uint32_t word);
 
 // All eight digits are found at once, and written one after the other without the leading zeros.

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "../decimal.h"
+#include "../literal.h"
 #include "line_writer.h"
 #include "print_buffer.h"
 #include "text.h"
@@ -36,17 +37,17 @@ char* writeHeaderLine(char* at, const char (&name)[size], std::uint32_t number, 
 }
 
 void appendHeaderBlock(Text& out, const PrintBufInfo& info, const Submasks& submasks) {
-  char* at = out.makeRoom(kMaxHeaderBlock);
-  at = writeHeaderLine(at, "Graph Id: ", info.graphId, 10);
-  at = writeHeaderLine(at, "Kernel Id: ", info.kernelId, 10);
-  at = writeHeaderLine(at, "Instance Id: ", info.instanceId, 10);
-  at = writeHeaderLine(at, "Current time: ", info.currentTime, 10);
-  at = writeHeaderLine(at, "Total size: ", info.totalSize, 10);
-  at = writeHeaderLine(at, "submask0: 0x", submasks[0], 16);
-  at = writeHeaderLine(at, "submask1: 0x", submasks[1], 16);
-  at = writeHeaderLine(at, "submask2: 0x", submasks[2], 16);
-  at = writeHeaderLine(at, "submask3: 0x", submasks[3], 16);
-  out.setEnd(at);
+  out.append(kMaxHeaderBlock, [&](char* at) {
+    at = writeHeaderLine(at, "Graph Id: ", info.graphId, 10);
+    at = writeHeaderLine(at, "Kernel Id: ", info.kernelId, 10);
+    at = writeHeaderLine(at, "Instance Id: ", info.instanceId, 10);
+    at = writeHeaderLine(at, "Current time: ", info.currentTime, 10);
+    at = writeHeaderLine(at, "Total size: ", info.totalSize, 10);
+    at = writeHeaderLine(at, "submask0: 0x", submasks[0], 16);
+    at = writeHeaderLine(at, "submask1: 0x", submasks[1], 16);
+    at = writeHeaderLine(at, "submask2: 0x", submasks[2], 16);
+    return writeHeaderLine(at, "submask3: 0x", submasks[3], 16);
+  });
 }
 
 char* writeThread(char* at, std::uint32_t thread) { return writeDecimal(put(at, "thread_"), thread); }

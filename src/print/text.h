@@ -29,10 +29,11 @@ inline char* copy(char* at, std::string_view text) {
   return at + size;
 }
 
-// Text is appended by writing it after the end, where makeRoom() makes room for it, and setting the new end.
+// Text is appended by writing it after the end and setting the new end. There is some room more than the text may need,
+// so that what writes a little too much, or is mostly shorter than it could be, finds room without taking memory.
 class Text {
  public:
-  Text() : end_(buffer_.data()), limit_(end_ + buffer_.capacity()) {}
+  Text() : end_(buffer_.data()), limit_(end_ + kWithoutHeap) {}
   Text(const Text&) = delete;
   Text& operator=(const Text&) = delete;
 
@@ -40,18 +41,21 @@ class Text {
 
   char* end() { return end_; }
 
-  // How many characters can be appended without asking for memory.
-  std::size_t room() const { return static_cast<std::size_t>(limit_ - end_); }
+  // How many characters can be written after the end.
+  std::size_t room() const { return static_cast<std::size_t>(limit_ - end_) + kSpare; }
 
-  // The text's end, with at least `count` characters of room after it.
-  char* makeRoom(std::size_t count) {
-    if (room() < count) enlarge(count);
-    return end_;
+  void append(std::string_view text) {
+    if (static_cast<std::size_t>(limit_ - end_) < text.size()) enlarge(text.size());
+    end_ = copy(end_, text);
   }
 
-  void setEnd(char* end) { end_ = end; }
-
-  void append(std::string_view text) { end_ = copy(makeRoom(text.size()), text); }
+  // Appends what `write` writes at the place that it is given; it returns the end of that, and needs room for `most`
+  // characters. No memory is taken for texts that have no need of it, where `most` is no more than kSpare too many.
+  template <typename Write>
+  void append(std::size_t most, Write write) {
+    if (room() < most) enlarge(most);
+    setEnd(write(end_));
+  }
 
   // What is appended from here on is `count` lines of much the same length.
   void expectLines(std::size_t count) {
@@ -60,38 +64,40 @@ class Text {
   }
 
   void endLine(char* end) {
-    end_ = end;
     ++linesDone_;
+    setEnd(end);
   }
 
  private:
+  static constexpr std::size_t kWithoutHeap = 500;  // most single values are shorter
+  static constexpr std::size_t kSpare = 192;
+
   std::size_t size() const { return static_cast<std::size_t>(end_ - buffer_.data()); }
 
-  // Takes memory for the lines to come as well, judging by those that are there.
+  void setEnd(char* end) {
+    end_ = end;
+    if (end > limit_) [[unlikely]]
+      enlarge(0);
+  }
+
+  // Makes room for `count` characters and, judging by the lines that are there, for those to come.
   [[gnu::noinline]] void enlarge(std::size_t count) {
     constexpr std::size_t kMaxInAdvance = 1 << 20;
     const std::size_t used = size();
     const std::size_t line = linesDone_ == 0 ? count : (used - linesBegin_) / linesDone_;
-    const std::size_t others = line * (lines_ - std::min(lines_, linesDone_ + 1));
+    const std::size_t others = line * (lines_ - std::min(lines_, linesDone_));
     buffer_.resize(used);
-    buffer_.reserve(used + count + std::min(others + others / 4, kMaxInAdvance));
+    buffer_.reserve(used + count + std::min(others + others / 4, kMaxInAdvance) + kSpare);
     end_ = buffer_.data() + used;
-    limit_ = buffer_.data() + buffer_.capacity();
+    limit_ = buffer_.data() + buffer_.capacity() - kSpare;
   }
 
-  fmt::basic_memory_buffer<char, 500> buffer_;  // 500 hold most single values without the heap
-  char* end_;                                   // of the text; the buffer's own size lags behind
-  char* limit_;                                 // of the room after it
+  fmt::basic_memory_buffer<char, kWithoutHeap + kSpare> buffer_;
+  char* end_;    // of the text; the buffer's own size lags behind
+  char* limit_;  // of the text, with the spare room after it
   std::size_t linesBegin_ = 0;
   std::size_t lines_ = 0;
   std::size_t linesDone_ = 0;
 };
-
-// Copies a literal, whose length is known here, and returns the end of the copy.
-template <std::size_t size>
-char* put(char* at, const char (&literal)[size]) {
-  std::memcpy(at, literal, size - 1);
-  return at + size - 1;
-}
 
 }  // namespace zarn::print

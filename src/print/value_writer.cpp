@@ -17,43 +17,53 @@ namespace {
 
 using Kind = Conversion::Kind;
 
-bool isByFmt(const Conversion& conversion, std::uint32_t word) {
-  return conversion.kind == Kind::kByFmt || !isInRange(conversion, word);
-}
-
 // Whether '*' takes a width that is no int.
 bool isSilent(const Conversion& conversion, std::uint32_t word) { return conversion.isWidthValue && word > INT_MAX; }
 
-std::size_t mostCharactersOf(const Conversion& conversion) {
+// Infinities and NaNs take what room there is for other floats.
+static_assert(kMaxOfNumber >= kMaxByFmt);
+
+// The room that a value needs; `count` is what '*' stands for.
+std::size_t mostCharactersOf(const Conversion& conversion, std::uint32_t count, bool isFinite) {
   if (conversion.kind == Kind::kNone) return 0;
-  if (conversion.kind == Kind::kByFmt) return INT_MAX;
-  const int width = conversion.isWidthValue ? INT_MAX : conversion.width;
-  const int precision = conversion.isPrecisionValue ? INT_MAX : conversion.precision;
-  return kMaxOfNumber + static_cast<std::size_t>(std::max({width, precision, 0}));
+  if (conversion.kind == Kind::kByFmt) return mostCharactersByFmt(conversion, isFinite);
+  const std::size_t width = widthOf(conversion, count);
+  return kMaxOfNumber + std::max(width, precisionOf(conversion, count));
 }
 
 }  // namespace
 
 ValueWriter::ValueWriter(const char* format, bool isFloat)
     : parser_({format, std::strlen(format)}, isFloat), hasMore_(parser_.parse(pieces_)) {
-  for (const Piece& piece : pieces_) mostCharacters_ += piece.text.size() + mostCharactersOf(piece.conversion);
+  for (const auto& [text, conversion] : pieces_) {
+    mostCharacters_ += text.size() + mostCharactersOf(conversion, INT_MAX, true);
+  }
   if (hasMore_) mostCharacters_ = SIZE_MAX / 2;  // not known, and more than there ever is room for
 }
 
 char* ValueWriter::writeOther(char* at, const Conversion& conversion, std::uint32_t word) {
-  if (isSilent(conversion, word)) return at;
-  return isByFmt(conversion, word) ? nullptr : writeNumber(at, conversion, word);
+  switch (conversion.kind) {
+    case Kind::kNone:
+      return at;
+    case Kind::kPlain:
+      return writePlain(at, conversion.type, word);
+    case Kind::kInteger:
+      return isSilent(conversion, word) ? at : writeNumber(at, conversion, word);
+    case Kind::kFixed:
+      if (isBelow2To64(word)) return writeNumber(at, conversion, word);
+      break;
+    case Kind::kByFmt:
+      break;
+  }
+  return writeByFmt(at, conversion, std::bit_cast<float>(word));
 }
 
 void ValueWriter::appendPieces(Text& out, const Pieces& pieces, std::uint32_t word) {
   for (const auto& [text, conversion] : pieces) {
     out.append(text);
-    if (conversion.kind == Kind::kNone || isSilent(conversion, word)) continue;
-    if (isByFmt(conversion, word)) {
-      appendByFmt(out, conversion, std::bit_cast<float>(word));
-    } else {
-      out.setEnd(writeNumber(out.makeRoom(numberSize(conversion, word)), conversion, word));
-    }
+    if (isSilent(conversion, word)) continue;
+    out.append(mostCharactersOf(conversion, word, (word & 0x7F800000) != 0x7F800000),
+               [&to = conversion, word](char* at) { return writeOther(at, to, word); });
   }
 }
 
