@@ -17,6 +17,16 @@ constexpr std::uint32_t kNoIndex = UINT32_MAX;
 
 bool isDigit(char c) { return '0' <= c && c <= '9'; }
 
+bool isPlain(const Conversion& conversion) {
+  if (conversion.isAlternate || conversion.sign != '\0' || conversion.cutBits != 0) return false;
+  if (conversion.isWidthValue || conversion.isPrecisionValue) return false;
+  if (conversion.type == 'd' || conversion.type == 'u') return conversion.width == 0 && conversion.precision == 0;
+  if (conversion.type != 'x' && conversion.type != 'X') return false;
+  constexpr int kMaxHexDigits = 8;
+  return conversion.isZeroPadded ? conversion.width <= kMaxHexDigits
+                                 : conversion.width == 0 && conversion.precision <= kMaxHexDigits;
+}
+
 void settleInteger(Conversion& to, char type, bool isWide) {
   if (std::string_view("diuLxXobBc").find(type) == std::string_view::npos) return;
   to.kind = Conversion::Kind::kInteger;
@@ -27,12 +37,13 @@ void settleInteger(Conversion& to, char type, bool isWide) {
   if (type == 'c') to.sign = '\0';
   const bool hasPrecision = to.precision != Conversion::kNoPrecision;
   if (to.isLeft || hasPrecision || type == 'c') to.isZeroPadded = false;
-  const bool isBare =
-      !hasPrecision && !to.isAlternate && !to.isWidthValue && to.width == 0 && to.sign == '\0' && to.cutBits == 0;
-  if (isBare && (to.type == 'd' || to.type == 'u' || to.type == 'x')) to.kind = Conversion::Kind::kPlain;
   if (!hasPrecision || type == 'c') {
     to.precision = 0;
     to.isPrecisionValue = false;
+  }
+  if (isPlain(to)) {
+    to.kind = Conversion::Kind::kPlain;
+    if (to.isZeroPadded) to.precision = to.width;
   }
 }
 
@@ -47,11 +58,19 @@ void settleFloat(Conversion& to, char type) {
   to.kind = Conversion::Kind::kByFmt;
   to.type = suits ? type : 'g';
   if (to.isLeft) to.isZeroPadded = false;
-  // {fmt} miscounts some texts without a fraction when it pads them; that is left to it.
-  const bool isMiscounted = to.precision == 0 && (to.width != 0 || to.isAlternate);
-  if ((type != 'f' && type != 'F') || to.precision > Conversion::kMaxFixedPrecision || isMiscounted) return;
-  to.kind = Conversion::Kind::kFixed;
-  if (to.precision == Conversion::kNoPrecision) to.precision = 6;
+  if (to.type == 'a' || to.type == 'A') return;
+
+  // What is left to {fmt}: more digits than nine; '#' where it adds any; "%.0g", of which it makes 00 and the like; and
+  // "%5.0f", of which it miscounts some.
+  const int precision = to.precision == Conversion::kNoPrecision ? 6 : to.precision;
+  const bool isGeneral = to.type == 'g' || to.type == 'G';
+  const bool isFixed = to.type == 'f' || to.type == 'F';
+  const int digitsInFront = isFixed || isGeneral ? 0 : 1;
+  if (precision > Conversion::kMaxFloatDigits - digitsInFront) return;
+  if (to.isAlternate && (isGeneral || precision == 0)) return;
+  if (precision == 0 && (isGeneral || (isFixed && to.width != 0))) return;
+  to.kind = isGeneral ? Conversion::Kind::kGeneral : isFixed ? Conversion::Kind::kFixed : Conversion::Kind::kExponent;
+  to.precision = precision;
 }
 
 }  // namespace

@@ -13,11 +13,13 @@ namespace zarn::print {
 // How a value is written. Errors, and what does not suit the kind of value, are dealt with by then.
 struct Conversion {
   enum class Kind : std::uint8_t {
-    kNone,     // no text
-    kPlain,    // d, u or x of an integer, and nothing else
-    kInteger,  // any other conversion of an integer
-    kFixed,    // f or F of a float with at most nine digits after the point
-    kByFmt,    // any other conversion of a float
+    kNone,      // no text
+    kPlain,     // d or u of an integer and nothing else; x or X with nothing but zeros, up to eight digits in all
+    kInteger,   // any other conversion of an integer
+    kFixed,     // f or F of a float with at most nine digits after the point
+    kExponent,  // e or E of a float with at most nine digits in all
+    kGeneral,   // g or G of a float with one to nine digits
+    kByFmt,     // any other conversion of a float
   };
 
   // Members have no initial values, so that a list of pieces costs nothing until it is filled.
@@ -31,10 +33,10 @@ struct Conversion {
   bool isWidthValue;      // '*' takes the value
   bool isPrecisionValue;  // likewise
   int width;
-  int precision;  // kNoPrecision only where the kind is kByFmt
+  int precision;  // of the kind kPlain the least number of digits; kNoPrecision only where the kind is kByFmt
 
   static constexpr int kNoPrecision = -1;
-  static constexpr int kMaxFixedPrecision = 9;
+  static constexpr int kMaxFloatDigits = 9;  // where {fmt} does not write it
 };
 
 // Deliberate (design.md, "Numbers beyond INT_MAX"): where '*' takes a precision that is no int, that counts as 0.

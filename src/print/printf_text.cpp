@@ -2,13 +2,13 @@
 
 #include <array>
 #include <bit>
-#include <charconv>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
 
 #include "../decimal.h"
 #include "../literal.h"
+#include "integer_writer.h"
 #include "line_writer.h"
 #include "print_buffer.h"
 #include "text.h"
@@ -27,26 +27,29 @@ constexpr std::uint32_t kThreadsPerSubmask = 16;
 // same.
 std::uint32_t selectedThreads(std::uint32_t submask) { return (submask | submask >> 1) & 0x55555555; }
 
-constexpr std::size_t kMaxHeaderBlock = 200;  // 199 with the longest numbers
+constexpr std::size_t kMaxHeaderBlock = 206;  // 199 with the longest numbers, and 7 that writeHex() writes too much
 
 template <std::size_t size>
-char* writeHeaderLine(char* at, const char (&name)[size], std::uint32_t number, int base) {
-  at = put(at, name);
-  at = base == 10 ? writeDecimal(at, number) : std::to_chars(at, at + 8, number, base).ptr;
-  return put(at, "\n");
+char* writeDecimalLine(char* at, const char (&name)[size], std::uint32_t number) {
+  return put(writeDecimal(put(at, name), number), "\n");
+}
+
+template <std::size_t size>
+char* writeHexLine(char* at, const char (&name)[size], std::uint32_t number) {
+  return put(writeHex(put(at, name), number, countHexDigits(number), 'a'), "\n");
 }
 
 void appendHeaderBlock(Text& out, const PrintBufInfo& info, const Submasks& submasks) {
   out.append(kMaxHeaderBlock, [&](char* at) {
-    at = writeHeaderLine(at, "Graph Id: ", info.graphId, 10);
-    at = writeHeaderLine(at, "Kernel Id: ", info.kernelId, 10);
-    at = writeHeaderLine(at, "Instance Id: ", info.instanceId, 10);
-    at = writeHeaderLine(at, "Current time: ", info.currentTime, 10);
-    at = writeHeaderLine(at, "Total size: ", info.totalSize, 10);
-    at = writeHeaderLine(at, "submask0: 0x", submasks[0], 16);
-    at = writeHeaderLine(at, "submask1: 0x", submasks[1], 16);
-    at = writeHeaderLine(at, "submask2: 0x", submasks[2], 16);
-    return writeHeaderLine(at, "submask3: 0x", submasks[3], 16);
+    at = writeDecimalLine(at, "Graph Id: ", info.graphId);
+    at = writeDecimalLine(at, "Kernel Id: ", info.kernelId);
+    at = writeDecimalLine(at, "Instance Id: ", info.instanceId);
+    at = writeDecimalLine(at, "Current time: ", info.currentTime);
+    at = writeDecimalLine(at, "Total size: ", info.totalSize);
+    at = writeHexLine(at, "submask0: 0x", submasks[0]);
+    at = writeHexLine(at, "submask1: 0x", submasks[1]);
+    at = writeHexLine(at, "submask2: 0x", submasks[2]);
+    return writeHexLine(at, "submask3: 0x", submasks[3]);
   });
 }
 

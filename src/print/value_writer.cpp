@@ -7,9 +7,11 @@
 #include <cstdint>
 #include <cstring>
 
+#include "field.h"
+#include "float_writer.h"
 #include "fmt_float.h"
 #include "format_parser.h"
-#include "number_writer.h"
+#include "integer_writer.h"
 #include "text.h"
 
 namespace zarn::print {
@@ -46,11 +48,13 @@ char* ValueWriter::writeOther(char* at, const Conversion& conversion, std::uint3
     case Kind::kNone:
       return at;
     case Kind::kPlain:
-      return writePlain(at, conversion.type, word);
+      return writePlain(at, conversion, word);
     case Kind::kInteger:
-      return isSilent(conversion, word) ? at : writeNumber(at, conversion, word);
+      return isSilent(conversion, word) ? at : writeInteger(at, conversion, word);
     case Kind::kFixed:
-      if (isBelow2To64(word)) return writeNumber(at, conversion, word);
+    case Kind::kExponent:
+    case Kind::kGeneral:
+      if (isFinite(word)) return writeFloat(at, conversion, word);
       break;
     case Kind::kByFmt:
       break;
@@ -62,7 +66,7 @@ void ValueWriter::appendPieces(Text& out, const Pieces& pieces, std::uint32_t wo
   for (const auto& [text, conversion] : pieces) {
     out.append(text);
     if (isSilent(conversion, word)) continue;
-    out.append(mostCharactersOf(conversion, word, (word & 0x7F800000) != 0x7F800000),
+    out.append(mostCharactersOf(conversion, word, isFinite(word)),
                [&to = conversion, word](char* at) { return writeOther(at, to, word); });
   }
 }

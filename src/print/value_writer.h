@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "format_parser.h"
-#include "number_writer.h"
+#include "integer_writer.h"
 #include "text.h"
 
 namespace zarn::print {
@@ -25,7 +25,7 @@ class ValueWriter {
     for (const auto& [text, conversion] : pieces_) {
       at = copy(at, text);
       if (conversion.kind == Conversion::Kind::kPlain) {
-        at = writePlain(at, conversion.type, word);
+        at = writePlain(at, conversion, word);
       } else if (conversion.kind != Conversion::Kind::kNone) {
         at = writeOther(at, conversion, word);
       }

@@ -1,0 +1,44 @@
+// Integers in the text.
+#pragma once
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+
+#include "../decimal.h"
+#include "characters.h"
+#include "format_parser.h"
+
+namespace zarn::print {
+
+inline unsigned countHexDigits(std::uint32_t number) {
+  return (static_cast<unsigned>(std::bit_width(number | 1)) + 3) / 4;
+}
+
+// Writes a number without leading zeros. `count` is that of its digits.
+inline char* writeHex(char* at, std::uint32_t number, unsigned count, char ten) {
+  putEight(at, hexDigits(number, ten) << (64 - 8 * count));
+  return at + count;
+}
+
+// 'a' or 'A' for the type 'x' or 'X'.
+constexpr char firstLetter(char type) { return static_cast<char>(type - 'x' + 'a'); }
+
+// Writes what a conversion of the kind kPlain makes of `word`, where there is room for kMaxOfNumber characters, and
+// returns its end.
+inline char* writePlain(char* at, const Conversion& conversion, std::uint32_t word) {
+  if (conversion.type == 'x' || conversion.type == 'X') {
+    const unsigned count = std::max(countHexDigits(word), static_cast<unsigned>(conversion.precision));
+    return writeHex(at, word, count, firstLetter(conversion.type));
+  }
+  if (conversion.type == 'd' && word >> 31 != 0) {
+    *at++ = '-';
+    word = 0 - word;
+  }
+  return writeDecimal(at, word);
+}
+
+// The same for kInteger, where there is room for kMaxOfNumber characters more than the width or the precision.
+char* writeInteger(char* at, const Conversion& conversion, std::uint32_t word);
+
+}  // namespace zarn::print
