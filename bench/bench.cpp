@@ -6,13 +6,22 @@
 #include <malloc.h>
 #endif
 
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <deque>
+#include <filesystem>
+#include <fstream>
 #include <functional>
+#include <initializer_list>
 #include <span>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -77,8 +86,10 @@ const std::string& kept(std::string bytes) {
   return all.emplace_back(std::move(bytes));
 }
 
-Pair print(std::uint32_t printKind, std::uint32_t dataType, std::uint32_t threads, const char* format) {
-  const auto& buffer = kept(printBuffer(printKind, dataType, threads));
+// With `values`, these by turns instead of random ones.
+Pair print(std::uint32_t printKind, std::uint32_t dataType, std::uint32_t threads, const char* format,
+           std::initializer_list<float> values = {}) {
+  const auto& buffer = kept(printBuffer(printKind, dataType, threads, values));
   const std::size_t size = std::strlen(format) + 1;
   return {textOf([=, &buffer] { return db_get_printf_string(buffer.data(), buffer.size(), format, size); },
                  db_free_printf_string),
@@ -182,7 +193,8 @@ struct Target {
 constexpr Target kPlainIntegers = {"print, plain integers", 8.5};
 constexpr Target kOtherIntegers = {"print, other integers", 5};
 constexpr Target kFixedFloats = {"print, fixed floats", 10};
-constexpr Target kOtherFloats = {"print, other floats", 1.7};
+constexpr Target kOtherFloats = {"print, other floats", 6};
+constexpr Target kFloatsByFmt = {"print, floats left to {fmt}", 1.3};
 constexpr Target kSingleValue = {"print, single value", 4};
 constexpr Target kReports = {"reports", 25};
 constexpr Target kBigReport = {"reports, big descriptor", 80};
@@ -196,7 +208,31 @@ constexpr Target kMixedScan = {"scan, mixes", 1.3};
 constexpr Target kChecksum = {"checksum from 4 KiB", 0.97};
 constexpr Target kShortChecksum = {"checksum below 4 KiB", 0};  // no target
 
+// Parts of the names of the rows that are wanted; all rows, where there are none.
+std::vector<std::string> wanted;
+
+bool isWanted(const std::string& name) {
+  return wanted.empty() || std::any_of(wanted.begin(), wanted.end(),
+                                       [&](const auto& part) { return name.find(part) != std::string::npos; });
+}
+
+// The head of a table stands above its first row.
+struct Table {
+  const char* head;
+
+  void begin() {
+    if (head != nullptr) std::puts(head);
+    head = nullptr;
+  }
+};
+Table comparisons = {
+    "| workload | group | library, us | plain, us | ratio | target | verdict | allocations | text, GB/s |\n"
+    "|---|---|--:|--:|--:|--:|---|--:|--:|"};
+Table growths = {"\n| operation | 1x, us | 4x | 16x |\n|---|--:|--:|--:|"};
+Table toolRuns = {"\n| tool | text, ms | `--json`, ms | ratio |\n|---|--:|--:|--:|"};
+
 void compare(const Target& target, const std::string& name, const Pair& ways) {
+  if (!isWanted(name)) return;
   std::string expected, found;
   ways.plain(&expected);
   ways.library(&found);
@@ -211,6 +247,7 @@ void compare(const Target& target, const std::string& name, const Pair& ways) {
   const auto rounds = timeRounds({{"library/" + name, ways.library}, {"plain/" + name, ways.plain}});
   const double reached = ratio(rounds, 1);
   const bool hasTarget = target.ratio != 0;
+  comparisons.begin();
   const char* verdict = !hasTarget ? "" : reached >= target.ratio ? "reached" : "missed";
   std::printf("| %s | %s | %.2f | %.2f | %.2f | %s | %s | %zu |", name.c_str(), target.group, microseconds(rounds, 0),
               microseconds(rounds, 1), reached, hasTarget ? fmt::format("{}", target.ratio).c_str() : "", verdict,
@@ -222,6 +259,8 @@ void compare(const Target& target, const std::string& name, const Pair& ways) {
 }
 
 void grow(const char* name, const std::function<Pair(std::uint32_t)>& ofSize) {
+  if (!isWanted(name)) return;
+  growths.begin();
   const auto rounds = timeRounds({{"1x", ofSize(1).library}, {"4x", ofSize(4).library}, {"16x", ofSize(16).library}});
   std::printf("| %s | %.2f | %.1f | %.1f |\n", name, microseconds(rounds, 0), ratio(rounds, 1), ratio(rounds, 2));
 }
@@ -262,7 +301,11 @@ void compareAll() {
     compareThreads(kOtherIntegers, 2, format);
   }
   for (const char* format : {"%f", "%.2f", "%8.3f"}) compareThreads(kFixedFloats, 5, format);
-  for (const char* format : {"%e", "%g", "%e %g"}) compareThreads(kOtherFloats, 5, format);
+  for (const char* format : {"%e", "%g", "%.9g", "%e %g"}) compareThreads(kOtherFloats, 5, format);
+  compare(kOtherFloats, "64 threads, `%g` of 1.5 and 0.25", print(0, 5, 64, "%g", {1.5F, 0.25F}));
+  compare(kOtherFloats, "64 threads, `%f` of 1e30", print(0, 5, 64, "%f", {1e30F}));
+  compareThreads(kFloatsByFmt, 5, "%.12g");
+  compare(kFloatsByFmt, "64 threads, `%g` of infinities and NaNs", print(0, 5, 64, "%g", {HUGE_VALF, NAN}));
   compare(kSingleValue, "single value, `%u`", print(2, 0, 64, "%u"));
 
   compareLogs();
@@ -280,7 +323,6 @@ void compareAll() {
 void growAll() {
   const auto edmaLog = [](std::uint32_t n) -> auto& { return kept(descriptorLog(4096 * n, 53 * n, 1, "ED")); };
   const auto bigLog = [](std::uint32_t n) -> auto& { return kept(descriptorLog(4096 * n, 1, 62 * n, "ED")); };
-  std::puts("\n| operation | 1x, us | 4x | 16x |\n|---|--:|--:|--:|");
   grow("print, `%u`, of 4 threads", [](auto n) { return print(0, 2, 4 * n, "%u"); });
   grow("print, `%f`, of 4 threads", [](auto n) { return print(0, 5, 4 * n, "%f"); });
   grow("array decode of 53 eDMA entries", [&](auto n) { return arrayDecode(edmaLog(n)); });
@@ -290,21 +332,89 @@ void growAll() {
   grow("checksum of 64 KiB", [](auto n) { return checksum(n << 16); });
 }
 
+#ifdef TOOL
+std::filesystem::path folder() {
+  auto name = (std::filesystem::temp_directory_path() / "zarn-bench-XXXXXX").string();
+  if (mkdtemp(name.data()) == nullptr) std::abort();
+  return name;
+}
+
+void write(const std::filesystem::path& path, const std::string& bytes) {
+  std::ofstream(path, std::ios::binary) << bytes;
+}
+
+// The processor time that the tool takes, with its output thrown away.
+double millisecondsOfTool(std::vector<std::string> arguments) {
+  std::vector<char*> argv = {const_cast<char*>(TOOL)};
+  for (auto& argument : arguments) argv.push_back(argument.data());
+  argv.push_back(nullptr);
+  std::fflush(stdout);
+  const pid_t child = fork();
+  if (child == 0) {
+    if (std::freopen("/dev/null", "w", stdout) != nullptr) execv(TOOL, argv.data());
+    _exit(127);
+  }
+  int status = 0;
+  rusage used;
+  if (wait4(child, &status, 0, &used) != child || status != 0) {
+    std::fprintf(stderr, "%s failed\n", TOOL);
+    std::exit(1);
+  }
+  const auto milliseconds = [](const timeval& time) {
+    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_usec) / 1e3;
+  };
+  return milliseconds(used.ru_utime) + milliseconds(used.ru_stime);
+}
+
+// By turns, as the operations of the library.
+void runTool(const char* name, const std::vector<std::string>& arguments, const std::vector<std::string>& files) {
+  if (!isWanted(name)) return;
+  auto text = arguments;
+  text.insert(text.end(), files.begin(), files.end());
+  auto json = arguments;
+  json.push_back("--json");
+  json.insert(json.end(), files.begin(), files.end());
+  std::vector<Round> rounds(11);
+  for (auto& round : rounds) round.seconds = {millisecondsOfTool(text), millisecondsOfTool(json)};
+  toolRuns.begin();
+  std::printf("| %s | %.1f | %.1f | %.2f |\n", name, microseconds(rounds, 0) / 1e6, microseconds(rounds, 1) / 1e6,
+              ratio(rounds, 1));
+}
+
+void runToolOnFolders() {
+  const auto path = folder();
+  const auto strings = (path / "strings").string();
+  write(strings, std::string("count = %d items\0", 17));
+  std::vector<std::string> prints, logs;
+  for (int i = 0; i < 1000; ++i) {
+    write(prints.emplace_back((path / ("print-" + std::to_string(i))).string()), printBuffer(0, 2, 64));
+    if (i % 10 != 0) continue;
+    write(logs.emplace_back((path / ("log-" + std::to_string(i))).string()), descriptorLog(16384, 215, 1, "ED"));
+  }
+  runTool("tool, 1,000 prints of 64 threads", {"print", "--strings", strings}, prints);
+  runTool("tool, 100 logs of 16 KiB, `--all`", {"log", "--all"}, logs);
+  std::filesystem::remove_all(path);
+}
+#endif
+
 }  // namespace
 }  // namespace bench
 
-// With --cold: the descriptor logs alone, with a heap that has no memory at hand.
+// zarn_bench [--cold] [PART OF A ROW'S NAME]...
+//
+// With --cold, the descriptor logs alone, with a heap that has no memory at hand.
 int main(int argc, char** argv) {
-  bench::isCold = argc > 1 && std::strcmp(argv[1], "--cold") == 0;
   benchmark::Initialize(&argc, argv);
-  std::puts(
-      "| workload | group | library, us | plain, us | ratio | target | verdict | allocations | text, GB/s |\n"
-      "|---|---|--:|--:|--:|--:|---|--:|--:|");
+  bench::wanted.assign(argv + 1, argv + argc);
+  bench::isCold = std::erase(bench::wanted, "--cold") != 0;
   if (bench::isCold) {
     bench::compareLogs();
-  } else {
-    bench::compareAll();
-    bench::growAll();
+    return 0;
   }
+  bench::compareAll();
+  bench::growAll();
+#ifdef TOOL
+  bench::runToolOnFolders();
+#endif
   return 0;
 }

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <bit>
+#include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <random>
 #include <string>
 #include <string_view>
@@ -11,8 +13,10 @@
 
 namespace bench {
 
-// A print buffer whose first `threads` threads have a value; its format string is at offset 0 of the string table.
-inline std::string printBuffer(std::uint32_t printKind, std::uint32_t dataType, std::uint32_t threads) {
+// A print buffer whose first `threads` threads have a value; its format string is at offset 0 of the string table. With
+// `values`, these by turns instead of random ones.
+inline std::string printBuffer(std::uint32_t printKind, std::uint32_t dataType, std::uint32_t threads,
+                               std::initializer_list<float> values = {}) {
   std::mt19937 random;
   const auto shortNumber = [&random] { return static_cast<std::uint32_t>(random() >> 16 & 0xFFFF); };
   const bool isFloat = dataType == 5 || dataType == 6;
@@ -29,6 +33,9 @@ inline std::string printBuffer(std::uint32_t printKind, std::uint32_t dataType, 
     // Without a low byte of 0, which %c would make the end of the text.
     const std::uint32_t integer = (value & 0xFF) == 0 ? value | 1 : value;
     word = isFloat ? std::bit_cast<std::uint32_t>(static_cast<float>(value) / 256) : integer;
+  }
+  for (std::size_t i = 0; i < print.data.size() && values.size() != 0; ++i) {
+    print.data[i] = std::bit_cast<std::uint32_t>(values.begin()[i % values.size()]);
   }
   return print.bytes();
 }
