@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "print/fmt.h"
+#include "fmt.h"
 #include "reference.h"
 #include "zarn_utility.h"
 

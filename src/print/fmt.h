@@ -1,5 +1,5 @@
 // {fmt} 7 as this library uses it: header-only, without exceptions, and with its error reports compiled out in every
-// build type, so that a debug build gives the same text as a release build. Nothing else includes {fmt}.
+// build type, so that a debug build gives the same text as a release build. Nothing else in the library includes {fmt}.
 #pragma once
 
 #define FMT_EXCEPTIONS 0
