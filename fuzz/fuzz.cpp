@@ -8,21 +8,12 @@
 
 #include "compare.h"  // IWYU pragma: keep: COMPARE
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
-
-namespace {
-
-// Told when the program ends.
-struct Share {
-  long runs = 0;
-  long decoded = 0;
-  ~Share() { std::fprintf(stderr, "decoded: %ld of %ld inputs\n", decoded, runs); }
-};
-
-}  // namespace
-
-int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static Share share;
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static struct Share {
+    long runs = 0;
+    long decoded = 0;
+    ~Share() { std::fprintf(stderr, "decoded: %ld of %ld inputs\n", decoded, runs); }
+  } share;  // told when the program ends
   const auto [difference, isDecoded] = COMPARE(std::string_view(reinterpret_cast<const char*>(data), size));
   if (!difference.empty()) {
     std::fprintf(stderr, "library and reference differ: %s\n", difference.c_str());

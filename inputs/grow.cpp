@@ -105,13 +105,8 @@ PrintInput growPrint(std::string_view bytes) {
   const std::uint32_t dataType = field(8);
   const std::uint8_t shape = seed.byte();
   Random random(seed.word(4));
-  PrintBuffer print;
-  print.headerWord = headerWord(kind, dataType) | (random() & 0xFFFFF820);
-  print.currentTime = random();
-  print.totalSize = random();
-  print.graphId = random();
-  print.kernelId = random();
-  print.instanceId = random();
+  PrintBuffer print{
+      headerWord(kind, dataType) | (random() & 0xFFFFF820), random(), random(), random(), random(), random()};
   for (auto& submask : print.submasks) {
     submask = random();
     submask &= random();
@@ -137,8 +132,6 @@ PrintInput growPrint(std::string_view bytes) {
 // --------------------------------------------------------------------------------------------------------------------
 
 namespace {
-
-constexpr std::string_view kTags[] = {"ED", "GL", "RB", "NP", "EL", "RL"};
 
 // What was in the ring before: zeros, anything, or records without entries.
 std::string oldRing(std::size_t ringSize, std::uint8_t kind, Random& random) {
@@ -197,8 +190,7 @@ std::string growLog(std::string_view bytes) {
       writer.setStart(seed.word(2) % (size + 2));  // records to come refer to somewhere else
     } else if (instruction < 0xC0) {
       writer.setStart(size - instruction % 8);
-      damages.emplace_back(size - instruction % 8, 'S');
-      damages.emplace_back(size - instruction % 8 + 1, 'T');
+      for (const std::size_t i : {0U, 1U}) damages.emplace_back(size - instruction % 8 + i, "ST"[i]);
     } else if (instruction < 0xD0) {
       const std::uint8_t choice = seed.byte();
       const auto start = choice < 0xC0 ? writer.start() : seed.word(2);
@@ -229,31 +221,23 @@ std::string growKernel(std::string_view bytes) {
   while (!seed.isEmpty() && kernel.size() < 2000) {
     const std::uint8_t instruction = seed.byte();
     const std::size_t count = instruction / 8;
-    switch (instruction % 8) {
-      case 0:
-        appendMany(count, random() & 0xFFFC, 2);
-        break;
-      case 1:
-        appendMany(count, (random() & 0xFFFFFFE0) | 0x13, 4);
-        break;
-      case 2:
-        appendMany(count, (random() & 0xFFFFFF80) | 0x5F, 4);
-        break;
-      case 3:
-        kernel += count % 4 == 0 ? "prot" : "pro";
-        break;
-      case 4:
-        append(kernel, random(), 1 + count % 4);
-        break;
-      default: {  // a bundle, mostly with few counted slots, full of the pattern or of what is nearly it
-        constexpr std::uint32_t kOpcodes[] = {0x1F, 0x3B, 0x3F, 0x7F};
-        std::uint32_t slots = random() & 0xFF80;
-        slots &= random();
-        append(kernel, slots | kOpcodes[count % 4], 2);
-        const std::uint32_t parcel = 0xF940 ^ (count < 16 ? 0 : 1U << random() % 16);
-        appendMany(4 + count % 4 * 2, parcel, 2);
-        break;
-      }
+    const unsigned kind = instruction % 8;
+    if (kind == 0) {
+      appendMany(count, random() & 0xFFFC, 2);
+    } else if (kind == 1) {
+      appendMany(count, (random() & 0xFFFFFFE0) | 0x13, 4);
+    } else if (kind == 2) {
+      appendMany(count, (random() & 0xFFFFFF80) | 0x5F, 4);
+    } else if (kind == 3) {
+      kernel += count % 4 == 0 ? "prot" : "pro";
+    } else if (kind == 4) {
+      append(kernel, random(), 1 + count % 4);
+    } else {  // a bundle, mostly with few counted slots, full of the pattern or of what is nearly it
+      constexpr std::uint32_t kOpcodes[] = {0x1F, 0x3B, 0x3F, 0x7F};
+      std::uint32_t slots = random() & 0xFF80;
+      slots &= random();
+      append(kernel, slots | kOpcodes[count % 4], 2);
+      appendMany(4 + count % 4 * 2, 0xF940 ^ (count < 16 ? 0 : 1U << random() % 16), 2);
     }
   }
   return kernel;

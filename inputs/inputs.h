@@ -1,5 +1,5 @@
 // What a device leaves behind, built field by field: print buffers, descriptor logs and kernels, for tests, fuzz
-// targets, benchmarks and samples. docs/formats.md has the layouts.
+// targets and benchmarks. docs/formats.md has the layouts.
 #pragma once
 
 #include <array>
@@ -62,7 +62,8 @@ inline std::string headerBytes(std::uint64_t units) {
   return bytes;
 }
 
-// `tag` is two letters, "ED" for example.
+constexpr std::string_view kTags[] = {"ED", "GL", "RB", "NP", "EL", "RL"};
+
 inline std::string recordBytes(std::uint64_t pc, std::uint64_t start, std::string_view tag) {
   std::string bytes;
   append(bytes, pc, 4);
@@ -113,12 +114,11 @@ class LogWriter {
     for (const auto& [pc, tag] : records) record(pc, tag);
   }
 
-  std::string log(std::uint64_t totalUsed) const {
+  std::string log() const {
     auto log = log_;
-    putTrailer(log, at_, totalUsed);
+    putTrailer(log, at_, at_);
     return log;
   }
-  std::string log() const { return log(at_); }
 
  private:
   void appendRing(const std::string& bytes) {
