@@ -9,9 +9,14 @@
 
 std::string comparePrint(const void* buffer, std::size_t size, const char* stringTable, std::size_t stringTableSize);
 std::string compareLog(const void* log, std::uint64_t size);
-std::string compareKernel(const void* kernel, std::size_t length);
+std::string compareKernel(const void* kernel, std::size_t size);
 
-// The same of what a seed grows into.
+// What the library decodes from a log, as the rows of tests/cases/logs.txt have it: the newest entry, or all of them, where
+// equal ones in a row are counted: "2 x GLSU pc 3 size 64 | 1 x eDMA pc 2 size 64".
+std::string newestEntry(const void* log, std::uint64_t size);
+std::string allEntries(const void* log, std::uint64_t size);
+
+// The library beside the reference on what a seed grows into.
 struct Comparison {
   std::string difference;
   bool isDecoded;  // not rejected; of a kernel: it has an eDMA instruction

@@ -11,9 +11,11 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
+#include <initializer_list>
+#include <iterator>
 #include <locale>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "compare.h"
@@ -38,8 +40,7 @@ std::string printText(const std::string& buffer, const std::string& format, std:
   const ExactBytes bytes(buffer, shift);
   const ExactBytes table({format.c_str(), format.size() + 1}, shift);
   return textOf([&] { return db_get_printf_string(bytes.data(), bytes.size(), table.data(), table.size()); },
-                db_free_printf_string)
-      .value_or("(null)");
+                db_free_printf_string);
 }
 
 std::string withoutHeader(std::string text) {
@@ -58,24 +59,34 @@ std::string valueText(const std::string& format, std::uint32_t headerWord, std::
   return text;
 }
 
-// The library beside the reference.
+// The letters of the identifiers that can be read; '-' for one that can't.
+std::string identifiers(const ExactBytes& buffer) {
+  std::string found;
+  const auto add = [&](char letter, auto get, std::uint32_t expected) {
+    const auto identifier = get(buffer.data(), buffer.size());
+    found += identifier == expected ? letter : identifier == 0xFFFFFFFF ? '-' : '?';
+  };
+  add('g', db_get_gid, 0x0C182430);
+  add('k', db_get_kid, 0x10203040);
+  add('j', db_get_jid, 0x14283C50);
+  return found;
+}
+
+// The library beside the reference, with memory that can't be read right after the format.
 std::string difference(const std::string& buffer, const std::string& format) {
   const ExactBytes bytes(buffer);
-  const ExactBytes table(std::string_view(format.c_str(), format.size() + 1));
+  const GuardedBytes table(format + '\0');
   return comparePrint(bytes.data(), bytes.size(), table.data(), table.size());
 }
 
 TEST(PrintHeader, AcceptsExactlyWhatItShould) {
-  for (const auto& row : readCases("headers.txt", 6)) {
-    SCOPED_TRACE(row[0]);
-    const auto number = [&row](std::size_t field) {
-      return static_cast<std::uint32_t>(std::stoul(row[field], nullptr, 0));
-    };
-    const ExactBytes buffer(printBuffer(number(1), number(3)).bytes().substr(0, number(2)), 1);
-    const ExactBytes table(std::string(number(4), '\0'));
-    const long before = liveAllocations();
+  forEachRow("headers.txt", 7, [](const Row& row) {
+    SCOPED_TRACE(row.place);
+    const auto word = [&row](std::size_t field) { return static_cast<std::uint32_t>(number(row[field])); };
+    const ExactBytes buffer(printBuffer(word(1), word(3)).bytes().substr(0, number(row[2])), 1);
+    const GuardedBytes table(number(row[4]));
+    if (!table) return;
     PrintBufInfo* info = db_get_print_buffer_info(buffer.data(), buffer.size(), table.data(), table.size());
-    EXPECT_EQ(liveAllocations() - before, info == nullptr ? 0 : 1);
     std::string found = "rejected";
     if (info != nullptr) {
       found = "type " + std::to_string(info->printType);
@@ -83,40 +94,25 @@ TEST(PrintHeader, AcceptsExactlyWhatItShould) {
       if (info->isFloat) found += " float";
     }
     EXPECT_EQ(found, row[5]);
+    db_free_print_buffer_info(&info);
     EXPECT_EQ(comparePrint(buffer.data(), buffer.size(), table.data(), table.size()), "");
-    for (int time = 0; time < 2; ++time) {
-      db_free_print_buffer_info(&info);
-      EXPECT_EQ(info, nullptr);
+    EXPECT_EQ(identifiers(buffer), row[6]);
+  });
+  const auto buffer = printBuffer(1).bytes();
+  EXPECT_EQ(comparePrint(buffer.data(), 620, "", 1), "");
+  EXPECT_EQ(comparePrint(nullptr, 620, "", 1), "");
+  EXPECT_EQ(comparePrint(buffer.data(), 620, nullptr, 1), "");
+  for (const auto get : {db_get_gid, db_get_kid, db_get_jid}) EXPECT_EQ(get(nullptr, 620), 0xFFFFFFFF);
+}
+
+TEST(PrintHeader, EveryKindAndDataType) {
+  for (std::uint32_t kind = 0; kind < 32; ++kind) {
+    for (std::uint32_t dataType = 0; dataType < 32; ++dataType) {
+      auto print = printBuffer(zarn::inputs::headerWord(kind, dataType));
+      print.submasks = {0x00000002, 0x40000001, 0x00000030, 0xC0000000};
+      for (std::uint32_t i = 0; i < print.data.size(); ++i) print.data[i] = 0x3F800000 + i;
+      EXPECT_EQ(difference(print.bytes(), "%1$u %1$g"), "") << kind << ' ' << dataType;
     }
-    EXPECT_EQ(liveAllocations(), before);
-  }
-  const std::string buffer = printBuffer(1).bytes();
-  EXPECT_EQ(db_get_print_buffer_info(nullptr, 620, "", 1), nullptr);
-  EXPECT_EQ(db_get_print_buffer_info(buffer.data(), 620, nullptr, 1), nullptr);
-  EXPECT_EQ(db_get_printf_string(buffer.data(), 619, "", 1), nullptr);
-}
-
-// The table is not read here, so it need not be that large.
-TEST(PrintHeader, StringTablesMayExceedFourGiB) {
-  const auto buffer = printBuffer(1, 0xFFFFFFFF).bytes();
-  const char table[] = "";
-  PrintBufInfo* info = db_get_print_buffer_info(buffer.data(), buffer.size(), table, std::size_t{1} << 32);
-  ASSERT_NE(info, nullptr);
-  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(info->format) - reinterpret_cast<std::uintptr_t>(table), 0xFFFFFFFF);
-  db_free_print_buffer_info(&info);
-}
-
-TEST(PrintHeader, IdentifiersNeedTheBytesUpToTheirEnd) {
-  const struct {
-    std::uint32_t (*get)(const void*, std::size_t);
-    std::size_t size;
-    std::uint32_t value;
-  } rows[] = {{db_get_gid, 16, 0x0C182430}, {db_get_kid, 20, 0x10203040}, {db_get_jid, 24, 0x14283C50}};
-  for (const auto& row : rows) {
-    const ExactBytes exact(printBuffer(0).bytes().substr(0, row.size), 1);
-    EXPECT_EQ(row.get(exact.data(), exact.size()), row.value);
-    for (std::size_t size = 0; size < row.size; ++size) EXPECT_EQ(row.get(exact.data(), size), 0xFFFFFFFF) << size;
-    EXPECT_EQ(row.get(nullptr, 620), 0xFFFFFFFF);
   }
 }
 
@@ -128,11 +124,9 @@ TEST(PrintText, TakesMemoryForTheRecordTheTextAndWhatIsBeyond500Characters) {
     char* text = db_get_printf_string(buffer.data(), buffer.size(), format.c_str(), format.size() + 1);
     const auto found = log.text();
     db_free_printf_string(&text);
-    EXPECT_EQ(text, nullptr);
     return found;
   };
   const auto header = printText(words, "").size() - 1;
-  const long before = liveAllocations();
   EXPECT_EQ(allocations(words, "%c|"), "56 " + std::to_string(header + 4) + "[]");  // the value's NUL ends nothing
   // Both what has room for the longest value and what has not; text alone, padding, a value, and what {fmt} writes.
   const auto rest = 500 - header - 1;
@@ -155,7 +149,6 @@ TEST(PrintText, TakesMemoryForTheRecordTheTextAndWhatIsBeyond500Characters) {
   auto print = printBuffer(6);
   print.data[0] = 1000000;
   EXPECT_LT(std::stoul(allocations(print.bytes(), "%1$*u").substr(3)), 3000000U);
-  EXPECT_EQ(liveAllocations(), before);
 }
 
 // Formats of any length put the place where the first memory ends into each part of a line: labels, text and values.
@@ -180,20 +173,6 @@ TEST(PrintText, GrowsAtAnyCharacter) {
   for (int count = 0; count < 100; ++count) ASSERT_EQ(difference(print.bytes(), format += "%1$+#b"), "") << count;
 }
 
-TEST(PrintText, SelectsThreadsByTheirOwnSubmask) {
-  auto print = printBuffer(zarn::inputs::headerWord(0, 2));
-  print.currentTime = print.totalSize = print.graphId = print.kernelId = print.instanceId = 0xFFFFFFFF;
-  print.submasks = {0x00000002, 0x40000001, 0x00000030, 0xC0000000};
-  for (std::uint32_t i = 0; i < print.data.size(); ++i) print.data[i] = 100 + i;
-  EXPECT_EQ(printText(print.bytes(), "%u"),
-            "Graph Id: 4294967295\nKernel Id: 4294967295\nInstance Id: 4294967295\nCurrent time: 4294967295\n"
-            "Total size: 4294967295\nsubmask0: 0x2\nsubmask1: 0x40000001\nsubmask2: 0x30\nsubmask3: 0xc0000000\n"
-            "thread_0: 100\nthread_16: 116\nthread_31: 131\nthread_34: 134\nthread_63: 163\n");
-  print.headerWord = zarn::inputs::headerWord(0, 4);
-  print.submasks = {0, 0, 0, 0x10000000};
-  EXPECT_EQ(withoutHeader(printText(print.bytes(), "%u")), "thread_62:\nlow 32 bits:\n162\nhigh 32 bits:\n226\n");
-}
-
 // Every flag set, width, precision, length and conversion, also broken off in front of its type; and with another
 // conversion before or after it, where the flags are few.
 TEST(PrintText, EqualsFmtOverItsWholeGrammar) {
@@ -208,29 +187,30 @@ TEST(PrintText, EqualsFmtOverItsWholeGrammar) {
           << format << " of " << word;
     }
   };
-  for (const char* index : {"", "0$", "1$", "2$"}) {
-    for (unsigned flags = 0; flags < 32; ++flags) {
-      std::string start = std::string("<%") + index;
-      for (unsigned i = 0; i < 5; ++i) {
-        if (flags & 1U << i) start += "-+ #0"[i];
-      }
-      for (const char* width : {"", "7", "*"}) {
-        for (const char* precision : {"", ".", ".3", ".*"}) {
-          for (const char* length : {"", "h", "hh", "l", "ll", "j", "z", "t", "L"}) {
-            const auto untyped = start + width + precision + length;
-            ASSERT_NO_FATAL_FAILURE(compare(untyped));
-            for (const char type : std::string_view("diouxXcspaAeEfFgGnLbB%")) {
-              const auto conversion = untyped + type + '>';
-              ASSERT_NO_FATAL_FAILURE(compare(conversion));
-              if (!std::has_single_bit(flags)) continue;
-              ASSERT_NO_FATAL_FAILURE(compare("%x " + conversion));
-              ASSERT_NO_FATAL_FAILURE(compare("%1$x " + conversion));
-              ASSERT_NO_FATAL_FAILURE(compare(conversion + " %d %1$x%%"));
-            }
-          }
-        }
-      }
+  for (unsigned count = 0; !HasFatalFailure(); ++count) {
+    unsigned rest = count;
+    const auto pick = [&rest](std::initializer_list<std::string_view> parts) {
+      const auto part = parts.begin()[rest % parts.size()];
+      rest /= static_cast<unsigned>(parts.size());
+      return std::string(part);
+    };
+    const auto type = pick({"",  "d", "i", "o", "u", "x", "X", "c", "s", "p", "a", "A",
+                            "e", "E", "f", "F", "g", "G", "n", "L", "b", "B", "%"});
+    const auto length = pick({"", "h", "hh", "l", "ll", "j", "z", "t", "L"});
+    const auto precision = pick({"", ".", ".3", ".*"}), width = pick({"", "7", "*"});
+    auto conversion = "<%" + pick({"", "0$", "1$", "2$"});
+    const unsigned flags = rest;
+    if (flags == 32) break;
+    for (unsigned i = 0; i < 5; ++i) {
+      if (flags & 1U << i) conversion += "-+ #0"[i];
     }
+    for (const auto& part : {width, precision, length, type}) conversion += part;
+    if (!type.empty()) conversion += '>';
+    compare(conversion);
+    if (type.empty() || !std::has_single_bit(flags)) continue;
+    compare("%x " + conversion);
+    compare("%1$x " + conversion);
+    compare(conversion + " %d %1$x%%");
   }
 }
 
@@ -259,14 +239,6 @@ TEST(PrintText, EqualsFmtForAnyValue) {
   }
 }
 
-TEST(PrintText, NothingIsReadPastTheFormat) {
-  const auto buffer = printBuffer(6).bytes();
-  for (std::size_t length = 0; length < 40; ++length) {
-    const GuardedBytes table(std::string(length, 'x') + '\0');
-    ASSERT_EQ(comparePrint(buffer.data(), buffer.size(), table.data(), table.size()), "") << length;
-  }
-}
-
 TEST(PrintText, FormatsMayBeVeryLong) {
   std::string format;
   while (format.size() < 1 << 20) format += "%1$d%s%%%1$x ";
@@ -276,15 +248,17 @@ TEST(PrintText, FormatsMayBeVeryLong) {
 }
 
 TEST(PrintText, MalformedConversionsGiveWhatTheyShould) {
-  for (const auto& row : readCases("formats.txt", 4)) {
-    const auto word = static_cast<std::uint32_t>(std::stoul(row[1], nullptr, 0));
-    EXPECT_EQ(valueText(row[0], kSingleWord, word), row[2]) << row[0];
-    EXPECT_EQ(valueText(row[0], kSingleFloat, word), row[3]) << row[0];
-  }
+  forEachRow("formats.txt", 4, [](const Row& row) {
+    SCOPED_TRACE(row.place);
+    const auto word = static_cast<std::uint32_t>(number(row[1]));
+    EXPECT_EQ(valueText(row[0], kSingleWord, word), row[2]);
+    EXPECT_EQ(valueText(row[0], kSingleFloat, word), row[3]);
+    EXPECT_EQ(zarn::reference::valueText(row[0], false, word), row[2]);
+    EXPECT_EQ(zarn::reference::valueText(row[0], true, word), row[3]);
+  });
   EXPECT_EQ(valueText("%1$x%1$*u%1$*u", kSingleWord, 600).size(), 1203);  // each '*' could be a width of 2 GiB
   // The largest count that '*' can take; %c has no use for a precision.
   EXPECT_EQ(valueText("%1$.*c|", kSingleWord, INT_MAX), "\xFF|");
-  EXPECT_EQ(valueText("%.2147483647c|", kSingleWord, 'A'), "A|");
   EXPECT_EQ(valueText("%600e", kSingleFloat, 0x3FC00000), std::string(588, ' ') + "1.500000e+00");
   EXPECT_EQ(valueText("%#.5000g", kSingleFloat, 0x3F800000), "1." + std::string(4999, '0'));
   EXPECT_EQ(valueText("%.5000u", kSingleWord, 7), std::string(4999, '0') + '7');

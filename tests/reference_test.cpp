@@ -11,6 +11,7 @@
 #include <random>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "compare.h"
@@ -21,49 +22,43 @@ namespace {
 
 using namespace zarn::inputs;
 
-// Compares what `count` seeds of up to `longest` bytes grow into, the same in every run. Enough have to be decoded.
-void compareGrown(Comparison (*compare)(std::string_view), int count, std::size_t longest) {
+// Compares what seeds grow into: those of the fuzz target's corpus, and `count` of up to `longest` bytes, the same ones in
+// every run. Enough have to be decoded.
+void compareGrown(Comparison (*compare)(std::string_view), const std::string& target, int count, std::size_t longest) {
+  std::vector<std::pair<std::string, std::string>> seeds;
+  for (const auto& file : std::filesystem::directory_iterator(CORPUS + ('/' + target))) {
+    std::ifstream stream(file.path(), std::ios::binary);
+    seeds.emplace_back(file.path(), std::string(std::istreambuf_iterator<char>(stream), {}));
+  }
+  EXPECT_FALSE(seeds.empty());
   std::mt19937 random;
-  int decoded = 0;
   for (int i = 0; i < count; ++i) {
-    std::string seed(random() % longest, '\0');
+    auto& seed = seeds.emplace_back("seed " + std::to_string(i), std::string(random() % longest, '\0')).second;
     for (char& c : seed) c = static_cast<char>(random());
+  }
+  const auto file = std::filesystem::absolute(target + ".seed").string();
+  int decoded = 0;
+  for (const auto& [name, seed] : seeds) {
+    const AtWork work(name, seed, file);
     const auto [difference, isDecoded] = compare(seed);
-    ASSERT_EQ(difference, "") << "seed " << i;
+    if (!difference.empty()) work.tell();
+    ASSERT_EQ(difference, "");
     decoded += isDecoded;
   }
   EXPECT_GT(decoded, count / 6);
 }
 
-TEST(Reference, PrintBuffers) { compareGrown(compareGrownPrint, 8000, 60); }
-TEST(Reference, Logs) { compareGrown(compareGrownLog, 12000, 60); }
-TEST(Reference, Kernels) { compareGrown(compareGrownKernel, 8000, 30); }
-
-// Inputs of the fuzz targets that are worth keeping.
-void compareCorpus(Comparison (*compare)(std::string_view), const char* target) {
-  int count = 0;
-  for (const auto& file : std::filesystem::directory_iterator(std::string(CORPUS "/") + target)) {
-    std::ifstream stream(file.path(), std::ios::binary);
-    const std::string seed(std::istreambuf_iterator<char>(stream), {});
-    EXPECT_EQ(compare(seed).difference, "") << file.path();
-    ++count;
-  }
-  EXPECT_GT(count, 0);
-}
-
-TEST(Corpus, PrintBuffers) { compareCorpus(compareGrownPrint, "print"); }
-TEST(Corpus, Logs) { compareCorpus(compareGrownLog, "log"); }
-TEST(Corpus, Kernels) { compareCorpus(compareGrownKernel, "kernel"); }
+TEST(Reference, PrintBuffers) { compareGrown(compareGrownPrint, "print", 8000, 60); }
+TEST(Reference, Logs) { compareGrown(compareGrownLog, "log", 12000, 60); }
+TEST(Reference, Kernels) { compareGrown(compareGrownKernel, "kernel", 8000, 30); }
 
 // Every size, with start offsets and write offsets round the limits of buffer and ring.
 TEST(Reference, LogsBetweenGuardPages) {
-  constexpr std::string_view kTags[] = {"ED", "GL", "RB", "NP", "EL", "RL"};
   std::mt19937 random;
   std::size_t tag = 0;
   for (std::uint32_t size = 64; size <= 300; ++size) {
     std::vector<std::uint32_t> starts = {0, 1, 2, 3, 4, 8, size / 2};
-    for (std::uint32_t i = 0; i <= 5; ++i) starts.push_back(size - i);
-    starts.push_back(size + 1);
+    for (std::uint32_t i = 0; i <= 6; ++i) starts.push_back(size + 1 - i);
     std::vector<std::uint32_t> writeOffsets = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, size / 2, size, 0xFFFF};
     for (std::uint32_t i = 58; i <= 72; ++i) writeOffsets.push_back(size - i);
     for (const auto start : starts) {
@@ -80,7 +75,9 @@ TEST(Reference, LogsBetweenGuardPages) {
         }
         using enum GuardedBytes::Guard;
         const GuardedBytes guarded(log, tag / 6 % 2 == 0 ? kBehind : kInFront);
-        ASSERT_EQ(compareLog(guarded.data(), size), "") << size << ' ' << start << ' ' << writeOffset;
+        const auto name = std::to_string(size) + ' ' + std::to_string(start) + ' ' + std::to_string(writeOffset);
+        const AtWork work(name);
+        ASSERT_EQ(compareLog(guarded.data(), size), "") << name;
       }
     }
   }

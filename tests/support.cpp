@@ -1,31 +1,39 @@
 #include "support.h"
 
+#include <fcntl.h>
 #include <malloc.h>
+#include <signal.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cctype>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <new>
 #include <sstream>
+#include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
+
+// Of sanitizers, where there are any.
+extern "C" [[gnu::weak]] void __sanitizer_set_death_callback(void (*callback)());  // NOLINT: the name is theirs
+extern "C" void __ubsan_on_report();                                               // NOLINT
+
+thread_local AllocationHook* onAllocation = nullptr;
 
 namespace {
 
-struct Allocation {
-  std::size_t size;
-  bool isArray;
-};
-
 std::atomic<long> live = 0;
 std::atomic<bool> isRecording = false;
-Allocation recorded[256];
-std::atomic<std::size_t> recordedCount = 0;
+char recorded[4096];
+std::atomic<std::size_t> recordedSize = 0;
 std::atomic<std::size_t> lastArraySize = 0;
 
 // Every address that is allocated, and in its lowest bit whether it is an array. A hash table of fixed size, since
@@ -47,12 +55,15 @@ void* allocate(std::size_t size, bool isArray) {
 #ifdef M_PERTURB
   [[maybe_unused]] static const int isPerturbed = mallopt(M_PERTURB, 0x5A);
 #endif
+  if (onAllocation != nullptr) onAllocation();
   void* memory = std::malloc(size == 0 ? 1 : size);
   const auto address = reinterpret_cast<std::uintptr_t>(memory);
   if (memory == nullptr || !replace(address, 0, address | (isArray ? 1 : 0))) std::abort();
   ++live;
   if (isArray) lastArraySize = size;
-  if (isRecording && recordedCount < std::size(recorded)) recorded[recordedCount++] = {size, isArray};
+  if (isRecording && recordedSize < sizeof recorded - 40) {
+    recordedSize += static_cast<std::size_t>(std::sprintf(recorded + recordedSize, isArray ? " %zu[]" : " %zu", size));
+  }
   return memory;
 }
 
@@ -81,8 +92,7 @@ void operator delete[](void* memory, std::size_t) noexcept { release(memory, tru
 long liveAllocations() { return live; }
 
 AllocationLog::AllocationLog() {
-  recordedCount = 0;
-  lastArraySize = 0;
+  recordedSize = lastArraySize = 0;
   isRecording = true;
 }
 
@@ -90,13 +100,7 @@ AllocationLog::~AllocationLog() { isRecording = false; }
 
 std::string AllocationLog::text() const {
   isRecording = false;
-  std::string text;
-  for (std::size_t i = 0; i < recordedCount; ++i) {
-    if (i != 0) text += ' ';
-    text += std::to_string(recorded[i].size);
-    if (recorded[i].isArray) text += "[]";
-  }
-  return text;
+  return {recorded + (recordedSize != 0 ? 1 : 0), recorded + recordedSize};
 }
 
 std::size_t AllocationLog::lastSize() const { return lastArraySize; }
@@ -115,18 +119,77 @@ GuardedBytes::~GuardedBytes() {
   if (data_ != nullptr) munmap(map_, mapped_);
 }
 
-std::vector<std::vector<std::string>> readCases(const std::string& name, std::size_t fields) {
-  std::ifstream file(CASES + ("/" + name));
-  std::vector<std::vector<std::string>> rows;
-  for (std::string line; std::getline(file, line);) {
+namespace {
+
+const AtWork* atWork = nullptr;
+
+void tell() {
+  if (atWork != nullptr) atWork->tell();
+}
+
+// From here the signal does what it would have done: at the instruction that caused it, or where abort() sees to that.
+struct sigaction previous[NSIG];
+void onSignal(int signal) {
+  tell();
+  sigaction(signal, &previous[signal], nullptr);
+}
+
+bool watchForCrashes() {
+  struct sigaction action {};
+  action.sa_handler = onSignal;
+  for (const int signal : {SIGSEGV, SIGBUS, SIGABRT, SIGFPE}) sigaction(signal, &action, &previous[signal]);
+  if (__sanitizer_set_death_callback != nullptr) __sanitizer_set_death_callback(tell);
+  return true;
+}
+
+}  // namespace
+
+// UndefinedBehaviorSanitizer calls it, and then ends the program without the callback where there is another sanitizer.
+void __ubsan_on_report() { tell(); }  // NOLINT
+
+AtWork::AtWork(const std::string& name, std::string_view seed, const std::string& file)
+    : text_("At work: " + name + (file.empty() ? "" : ", now in " + file + ": HACKING.md says how to replay it") +
+            '\n'),
+      seed_(seed),
+      file_(file) {
+  [[maybe_unused]] static const bool isWatching = watchForCrashes();
+  atWork = this;
+}
+
+AtWork::~AtWork() { atWork = nullptr; }
+
+// Does only what a signal handler may do.
+void AtWork::tell() const {
+  if (write(STDERR_FILENO, text_.data(), text_.size()) < 0 || file_.empty()) return;
+  const int file = open(file_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
+  if (file >= 0 && write(file, seed_.data(), seed_.size()) >= 0) close(file);
+}
+
+std::uint64_t number(const std::string& text) {
+  const bool isNumber = std::isdigit(static_cast<unsigned char>(text.c_str()[0])) != 0;
+  std::size_t used = 0;
+  const std::uint64_t value = isNumber ? std::stoull(text, &used, text.starts_with("0x") ? 16 : 10) : 0;
+  if (!isNumber || used != text.size()) throw std::invalid_argument('"' + text + "\" is no number");
+  return value;
+}
+
+void forEachRow(const std::string& table, std::size_t columns, const std::function<void(const Row&)>& check) {
+  std::ifstream file(CASES + ("/" + table));
+  std::string line;
+  int rows = 0;
+  for (int at = 1; std::getline(file, line); ++at) {
     if (line.empty() || line.starts_with('#')) continue;
-    auto& row = rows.emplace_back();
+    Row row{table + ':' + std::to_string(at) + ": " + line.substr(0, line.find('\t')), {}};
     std::istringstream stream(line + '\t');
-    for (std::string field; std::getline(stream, field, '\t');) row.push_back(field);
-    if (row.size() >= fields) continue;
-    std::fprintf(stderr, "%s: a row of fewer than %zu columns: %s\n", name.c_str(), fields, line.c_str());
-    std::abort();
+    for (std::string field; std::getline(stream, field, '\t');) row.fields.push_back(field);
+    const AtWork work(row.place);
+    try {
+      if (row.fields.size() != columns) throw std::invalid_argument(std::to_string(row.fields.size()) + " columns");
+      check(row);
+    } catch (const std::exception& error) {
+      throw std::runtime_error(row.place + ": " + error.what());
+    }
+    ++rows;
   }
-  if (rows.empty()) std::abort();
-  return rows;
+  if (rows == 0) throw std::runtime_error(table + ": no rows");
 }

@@ -2,10 +2,12 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <memory>
-#include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,6 +15,10 @@
 // Allocations that were made and not given back, in the whole program. Giving back an object as an array, an array as
 // an object, or what was not allocated, ends the program. New memory is not zero where the C library can see to that.
 long liveAllocations();
+
+// Called at each allocation of its thread, unless null. It may throw.
+using AllocationHook = void();
+extern thread_local AllocationHook* onAllocation;
 
 // Records the sizes that operator new is called with in this object's lifetime, "80 4[] 0[]" for one object and two
 // arrays.
@@ -24,17 +30,18 @@ class AllocationLog {
   std::size_t lastSize() const;  // of the newest array; 0 where there is none
 };
 
-// The text that `get` returns, by the size of its allocation, so that a NUL inside it hides nothing. Nothing for null.
+// The text that `get` returns, by the size of its allocation, so that a NUL inside it hides nothing; "null" for null.
 template <typename Get>
-std::optional<std::string> textOf(Get get, void (*release)(char**)) {
+std::string textOf(Get get, void (*release)(char**)) {
   const AllocationLog allocations;
   char* text = get();
-  if (text == nullptr) return std::nullopt;
+  if (text == nullptr) return "null";
   const std::size_t size = allocations.lastSize();
   if (size == 0 || text[size - 1] != '\0') std::abort();
   std::string copy(text, size - 1);
   release(&text);
   if (text != nullptr) std::abort();
+  release(&text);
   return copy;
 }
 
@@ -75,7 +82,7 @@ class GuardedBytes {
   std::size_t size() const { return size_; }
 
   void write(std::size_t at, std::string_view bytes) {
-    if (at > size_ || size_ - at < bytes.size()) std::abort();
+    if (at > size_ || size_ - at < bytes.size()) throw std::out_of_range("a write beyond the end");
     if (!bytes.empty()) std::memcpy(data_ + at, bytes.data(), bytes.size());
   }
 
@@ -86,5 +93,32 @@ class GuardedBytes {
   char* data_ = nullptr;
 };
 
-// The rows of a file in tests/cases, split at tabs into `fields` or more. Empty lines and those with '#' are not rows.
-std::vector<std::vector<std::string>> readCases(const std::string& name, std::size_t fields);
+// What is at work while this object lives: named on standard error by tell(), and where a signal or a sanitizer ends the
+// program. If that grows from a seed, the seed goes into `file`, and what is told says so.
+class AtWork {
+ public:
+  explicit AtWork(const std::string& name, std::string_view seed = {}, const std::string& file = "");
+  ~AtWork();
+  AtWork(const AtWork&) = delete;
+  AtWork& operator=(const AtWork&) = delete;
+  void tell() const;
+
+ private:
+  std::string text_;
+  std::string_view seed_;
+  std::string file_;
+};
+
+// A decimal number, or a hexadecimal one in C's form. Throws where there is anything else.
+std::uint64_t number(const std::string& text);
+
+// A row of a table in tests/cases.
+struct Row {
+  std::string place;  // file, line and first field
+  std::vector<std::string> fields;
+  const std::string& operator[](std::size_t field) const { return fields.at(field); }
+};
+
+// Checks each row of a file in tests/cases: `columns` fields with tabs between them. Empty lines and those that begin
+// with '#' are none. Throws where a row has more fields or fewer, or check() throws, and names the row.
+void forEachRow(const std::string& table, std::size_t columns, const std::function<void(const Row&)>& check);
