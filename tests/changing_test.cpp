@@ -62,7 +62,7 @@ void decode(const char* log, std::size_t size) {
   db_free_desc_buffer_info_array(all, static_cast<std::int32_t>(count));
   for (const auto report : {db_get_desc_string, db_get_desc_string_array}) {
     const auto text = textOf([&] { return report(log, size); }, db_free_desc_string);
-    EXPECT_TRUE(!text || text->find('\0') == std::string::npos);
+    EXPECT_EQ(text.find('\0'), std::string::npos);
   }
 }
 
