@@ -13,6 +13,7 @@ namespace {
 
 // An entry with a descriptor of one unit of 64 bytes and one record. Those without a descriptor are shorter.
 constexpr std::uint32_t kOneUnitEntry = kHeaderSize + 64 + kRecordSize;
+static_assert(EntryWalk::kMinLogSize == Log::kTrailerSize + kOneUnitEntry);
 
 // From a record's end back to its fields.
 constexpr std::uint32_t kTagBeforeEnd = 2;
@@ -84,6 +85,14 @@ void walkBack(const Log& log, std::uint16_t writeOffset, Entry& entry) {
   entry.oldest = position;
 }
 
+// The positions of the newest tag and start offset.
+std::uint16_t tagPosition(const Log& log, std::uint16_t writeOffset) {
+  return low16Bits(log.ring(writeOffset - kTagBeforeEnd));
+}
+std::uint16_t startPosition(const Log& log, std::uint16_t writeOffset) {
+  return low16Bits(log.ring(writeOffset - kStartOffsetBeforeEnd));
+}
+
 // The start offset of the newest record, read at the two bytes before its tag. These are plain buffer offsets, in 32
 // bits: for a tag at 0 or 1 they lie just below 4 GiB. Where the buffer does not reach that far, each byte is looked up
 // in the ring like any other position.
@@ -102,14 +111,14 @@ std::optional<std::uint32_t> descriptorSize(const Log& log, EntryType type, std:
   return size - 128;
 }
 
-// Fills in the entry whose newest record ends at `writeOffset`. Says whether there is one that can be decoded.
-bool locate(const Log& log, std::uint16_t writeOffset, Entry& entry) {
+// Fills in the entry whose newest record ends at `writeOffset`, or says why there is none that can be decoded.
+Stop locate(const Log& log, std::uint16_t writeOffset, Entry& entry) {
   entry = {};
-  if (log.ringSize() == 0) return false;
-  const std::uint16_t tagPosition = low16Bits(log.ring(writeOffset - kTagBeforeEnd));
-  const Tag tag{log.u16(tagPosition)};
+  if (log.ringSize() == 0) return Stop::kNoRing;
+  const std::uint16_t tagAt = tagPosition(log, writeOffset);
+  const Tag tag{log.u16(tagAt)};
   const auto type = typeOf(tag);
-  if (!type) return false;
+  if (!type) return Stop::kNoTag;
   entry.type = *type;
 
   std::uint16_t anchor = writeOffset;
@@ -117,32 +126,63 @@ bool locate(const Log& log, std::uint16_t writeOffset, Entry& entry) {
     walkBack(log, writeOffset, entry);
     // Deliberate (design.md, "PC before the start"): the PC of such an entry comes from the eight bytes that end at
     // the entry's own start, where the record before it lies.
-    anchor = anchorBefore(log, tagPosition);
-    if (anchor > log.size()) return false;
+    anchor = anchorBefore(log, tagAt);
+    if (anchor > log.size()) return Stop::kStartOutside;
   }
 
-  entry.start = log.u16(low16Bits(log.ring(writeOffset - kStartOffsetBeforeEnd)));
-  if (entry.start > log.size()) return false;
+  entry.start = log.u16(startPosition(log, writeOffset));
+  if (entry.start > log.size()) return Stop::kStartOutside;
   const auto units = log.descriptorUnits(entry.start);
-  if (!units) return entry.rbTotal() > 0;
+  if (!units) return entry.rbTotal() > 0 ? Stop::kNone : Stop::kNoHeader;
   const auto size = descriptorSize(log, entry.type, *units);
-  if (!size) return false;
+  if (!size) return Stop::kTooSmallToCut;
   entry.descSize = *size;
   entry.pc = log.u32(low16Bits(log.ring(anchor - kRecordSize)));
-  return true;
+  return Stop::kNone;
 }
 
 }  // namespace
 
-bool locateNewest(const Log& log, Entry& entry) { return log.isReadable() && locate(log, log.writeOffset(), entry); }
+bool locateNewest(const Log& log, Entry& entry) {
+  return log.isReadable() && locate(log, log.writeOffset(), entry) == Stop::kNone;
+}
+
+Stop whyNoEntry(const Log& log, std::uint16_t writeOffset) {
+  Entry entry;
+  return locate(log, writeOffset, entry);
+}
+
+std::uint16_t newestTag(const Log& log, std::uint16_t writeOffset) { return log.u16(tagPosition(log, writeOffset)); }
+
+std::uint16_t newestStart(const Log& log, std::uint16_t writeOffset) {
+  return log.u16(startPosition(log, writeOffset));
+}
+
+bool isBelowZero(Stop stop, std::uint16_t writeOffset) {
+  switch (stop) {
+    case Stop::kNoTag:
+      return writeOffset < kTagBeforeEnd;
+    case Stop::kNone:
+    case Stop::kStartOutside:
+    case Stop::kNoHeader:
+    case Stop::kTooSmallToCut:
+      return writeOffset < kStartOffsetBeforeEnd;
+    case Stop::kNoRing:
+    case Stop::kEntryLimit:
+    case Stop::kByteLimit:
+      break;
+  }
+  return false;
+}
 
 EntryWalk::EntryWalk(const Log& log)
     : log_(log), limit_(log.ringSize() / kOneUnitEntry), writeOffset_(log.writeOffset()) {}
 
+// In 32 bits, like all sizes of the device. Rings that hold an entry at all leave a limit above 0.
+std::uint32_t EntryWalk::byteLimit() const { return static_cast<std::uint32_t>(log_.size()) - kOneUnitEntry; }
+
 bool EntryWalk::next(Entry& entry) {
-  // In 32 bits, like all sizes of the device. Rings that hold an entry at all leave a budget above 0.
-  const auto budget = static_cast<std::uint32_t>(log_.size()) - kOneUnitEntry;
-  if (count_ == limit_ || sum_ >= budget || !locate(log_, writeOffset_, entry)) return false;
+  if (count_ == limit_ || sum_ >= byteLimit() || locate(log_, writeOffset_, entry) != Stop::kNone) return false;
   ++count_;
   // Deliberate (design.md, "Uncounted records"): end and release records take 8 bytes each in the log, but none in this
   // sum. Entries may refer to each other in a circle; the sum and the limit end that, too.
@@ -150,6 +190,11 @@ bool EntryWalk::next(Entry& entry) {
       std::uint64_t{kRecordSize} * entry.rbCounts[rbKind(Tag::kRbNextPtr)] + entry.descSize + kHeaderSize + kRecordSize;
   writeOffset_ = entry.start;  // entries are contiguous: the one before ends where this one starts
   return true;
+}
+
+Stop EntryWalk::stop() const {
+  if (count_ == limit_) return Stop::kEntryLimit;
+  return sum_ >= byteLimit() ? Stop::kByteLimit : whyNoEntry(log_, writeOffset_);
 }
 
 }  // namespace zarn::desc

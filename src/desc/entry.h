@@ -61,16 +61,44 @@ struct Entry {
 // Fills in the newest entry of the log. False: there is none that can be decoded, or the log is not readable.
 bool locateNewest(const Log& log, Entry& entry);
 
+// Why there is no entry, or a walk has ended.
+enum class Stop {
+  kNone,  // there is one
+  kNoRing,
+  kNoTag,
+  kStartOutside,  // the start offset lies outside the log
+  kNoHeader,
+  kTooSmallToCut,  // the descriptor, as long as its header says it is
+  kEntryLimit,
+  kByteLimit,
+};
+
+// Why no entry of a readable log has its newest record before `writeOffset`, and the two fields of that record.
+Stop whyNoEntry(const Log& log, std::uint16_t writeOffset);
+std::uint16_t newestTag(const Log& log, std::uint16_t writeOffset);
+std::uint16_t newestStart(const Log& log, std::uint16_t writeOffset);
+
+// Whether one of these fields that there is an entry for, or none, lies at a position below zero.
+bool isBelowZero(Stop stop, std::uint16_t writeOffset);
+
 // Goes through the entries of a readable log from the newest backwards.
 class EntryWalk {
  public:
   explicit EntryWalk(const Log& log);
 
-  // The most entries that a walk can have.
+  // The smallest log that a walk has an entry in.
+  static constexpr std::uint64_t kMinLogSize = 140;
+
+  // The most entries that a walk can have, and the bytes of which it has no further entry.
   std::uint32_t limit() const { return limit_; }
+  std::uint32_t byteLimit() const;
 
   // Fills in the next entry. False: the walk has ended.
   bool next(Entry& entry);
+
+  // Where the next entry ends, and why there is none.
+  std::uint16_t writeOffset() const { return writeOffset_; }
+  Stop stop() const;
 
  private:
   const Log& log_;

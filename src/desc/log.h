@@ -45,8 +45,11 @@ class Log {
     totalUsed_ = loadU32(bytes_ + (size_ - kTrailerSize) + 4);
   }
 
+  static constexpr std::uint64_t kTrailerSize = 64;
+  static constexpr std::uint64_t kMinSize = kTrailerSize + 1;
+
   // Whether there is a trailer and at least one byte of ring. Nothing else may be asked of a log without them.
-  bool isReadable() const { return bytes_ != nullptr && size_ > kTrailerSize; }
+  bool isReadable() const { return bytes_ != nullptr && size_ >= kMinSize; }
 
   std::uint64_t size() const { return size_; }
 
@@ -57,9 +60,13 @@ class Log {
   std::uint16_t writeOffset() const { return writeOffset_; }
   std::uint32_t totalUsed() const { return totalUsed_; }
 
+  // From here on the log is read as if that were its write offset.
+  void setWriteOffset(std::uint16_t writeOffset) { writeOffset_ = writeOffset; }
+
   // Deliberate (design.md, "Positions below zero"): such a position has wrapped modulo 2^32 by the time it is reduced
   // here, as on the device. In a ring whose length does not divide 2^32, -2 is therefore not the last position but one.
   std::uint32_t ring(std::uint32_t position) const { return position < ringSize_ ? position : position % ringSize_; }
+  bool wrapsToEnd() const { return (std::uint64_t{1} << 32) % ringSize_ == 0; }
 
   // The bytes from ring(position) on.
   // Deliberate (design.md, "Words past the end"): words continue in the buffer, not in the ring. Up to 64 bytes are
@@ -117,7 +124,6 @@ class Log {
   }
 
  private:
-  static constexpr std::uint64_t kTrailerSize = 64;
   static constexpr std::uint16_t kHeaderMark = 0x5453;  // "ST"
 
   const std::uint8_t* bytes_;

@@ -246,11 +246,7 @@ template char* report(char*, const DescBufInfo*, std::size_t&);
 template std::size_t arrayReport(std::size_t, std::uint32_t, const DescBufInfo*, std::size_t&);
 template char* arrayReport(char*, std::uint32_t, const DescBufInfo*, std::size_t&);
 
-}  // namespace zarn::desc
-
-char* db_get_desc_string(const void* buffer, std::uint64_t size) {
-  using namespace zarn::desc;
-  const Log log(buffer, size);
+char* reportOnNewest(const Log& log) {
   Entry entry;
   // Deliberate (design.md, "Null or empty"): the array report gives an empty text here.
   if (!locateNewest(log, entry)) return nullptr;
@@ -259,9 +255,7 @@ char* db_get_desc_string(const void* buffer, std::uint64_t size) {
   return makeText([record](auto at, std::size_t& pcRoom) { return report(at, record, pcRoom); });
 }
 
-char* db_get_desc_string_array(const void* buffer, std::uint64_t size) {
-  using namespace zarn::desc;
-  const Log log(buffer, size);
+char* reportOnAll(const Log& log) {
   std::vector<Entry> entries;  // located once: doing that for the count and again for the text took 5 to 12 % longer
   if (log.isReadable()) {
     EntryWalk walk(log);
@@ -278,6 +272,16 @@ char* db_get_desc_string_array(const void* buffer, std::uint64_t size) {
     }
     return at;
   });
+}
+
+}  // namespace zarn::desc
+
+char* db_get_desc_string(const void* buffer, std::uint64_t size) {
+  return zarn::desc::reportOnNewest(zarn::desc::Log(buffer, size));
+}
+
+char* db_get_desc_string_array(const void* buffer, std::uint64_t size) {
+  return zarn::desc::reportOnAll(zarn::desc::Log(buffer, size));
 }
 
 void db_free_desc_string(char** text) {

@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "log.h"
 #include "zarn_utility.h"
 
 namespace zarn::desc {
@@ -24,6 +25,10 @@ Place report(Place at, const DescBufInfo* record, std::size_t& pcRoom);
 // leaves a gap in the numbering.
 template <typename Place>
 Place arrayReport(Place at, std::uint32_t index, const DescBufInfo* record, std::size_t& pcRoom);
+
+// The texts that the exported interface hands out.
+char* reportOnNewest(const Log& log);
+char* reportOnAll(const Log& log);
 
 extern template std::size_t report(std::size_t, const DescBufInfo*, std::size_t&);
 extern template char* report(char*, const DescBufInfo*, std::size_t&);
