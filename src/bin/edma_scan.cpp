@@ -1,5 +1,3 @@
-// The scan of a kernel's instruction stream for eDMA instructions.
-//
 // Instructions are made of 16-bit little-endian parcels. The head parcel H gives the length:
 //
 //   H & 3 != 3                       short, 2 bytes
@@ -15,19 +13,20 @@
 // Deliberate (design.md, "Final slots only"): the pattern in a plain word or in a counted slot is none, and a bundle of
 // 4 bytes has no room for it.
 
+#include "edma_scan.h"
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
+#include <optional>
 
 #include "../little_endian.h"
 #include "zarn_utility.h"
 
+namespace zarn::bin {
 namespace {
-
-using zarn::loadU16;
-using zarn::loadU32;
 
 constexpr std::ptrdiff_t kLongestInstruction = 24;
 constexpr std::uint32_t kStopMarker = 0x746F7270;  // "prot"
@@ -107,15 +106,24 @@ Result scan(const std::uint8_t* at, const std::uint8_t* end, const std::uint8_t*
 
 }  // namespace
 
-std::int32_t clc_bin_has_edma_instr(const void* bytes, std::int64_t length) {
-  if (length < 1) return 0;
+std::optional<std::int64_t> findEdma(const void* bytes, std::int64_t length) {
+  if (length < 1) return std::nullopt;
   const auto* begin = static_cast<const std::uint8_t*>(bytes);
   const auto* end = begin + length;
   Result result = scan(begin, end, end);
+  std::int64_t offset = result.at - begin;
   if (result.outcome == Outcome::kEnd && result.at < end) {
     // The last instructions, of which the very last may be cut off: what is missing reads as zero.
     std::uint8_t tail[2 * kLongestInstruction] = {};
     result = scan(tail, std::copy(result.at, end, tail), std::end(tail));
+    offset += result.at - tail;
   }
-  return result.outcome == Outcome::kFound;
+  if (result.outcome != Outcome::kFound) return std::nullopt;
+  return offset;
+}
+
+}  // namespace zarn::bin
+
+std::int32_t clc_bin_has_edma_instr(const void* bytes, std::int64_t length) {
+  return zarn::bin::findEdma(bytes, length).has_value();
 }
