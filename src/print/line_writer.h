@@ -12,6 +12,8 @@ namespace zarn::print {
 
 class LineWriter {
  public:
+  static constexpr std::size_t kMaxLabel = 32;
+
   // `format` is NUL-terminated and has to outlive this object. That many lines are to come.
   LineWriter(Text& out, const char* format, bool isFloat, std::uint32_t lines)
       : out_(out), values_(format, isFloat), maxLine_(kMaxLabel + values_.mostCharacters() + 1) {
@@ -33,8 +35,6 @@ class LineWriter {
   }
 
  private:
-  static constexpr std::size_t kMaxLabel = 32;
-
   // A line may need much less than the longest one, which can be one of 2 GiB: no memory is taken before it has to be.
   void appendByPieces(std::string_view label, std::uint32_t word);
 

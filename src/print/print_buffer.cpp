@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 #include "../little_endian.h"
 #include "zarn_utility.h"
@@ -38,17 +39,21 @@ std::uint32_t identifier(const void* buffer, std::size_t size, std::size_t offse
 
 }  // namespace
 
-InfoPtr readHeader(const void* buffer, std::size_t bufferSize, const char* stringTable, std::size_t stringTableSize) {
+Header readHeader(const void* buffer, std::size_t bufferSize, const char* stringTable, std::size_t stringTableSize) {
   // Deliberate (design.md, "620 bytes"): the last 64 bytes have to be there, although nothing reads them.
-  if (buffer == nullptr || bufferSize < ZARN_PRINT_BUFFER_MIN_SIZE) return nullptr;
+  if (buffer == nullptr || bufferSize < ZARN_PRINT_BUFFER_MIN_SIZE) return {nullptr, HeaderFault::kTooShort};
   const std::uint32_t formatOffset = word(buffer, kFormatOffset);
-  if (stringTable == nullptr || stringTableSize <= formatOffset) return nullptr;
+  if (stringTable == nullptr || stringTableSize <= formatOffset) {
+    return {nullptr, HeaderFault::kFormatOffset, formatOffset};
+  }
 
   const std::uint32_t headerWord = word(buffer, kHeaderWord);
   const std::uint32_t printKind = headerWord & 0x1F;
   const std::uint32_t dataType = headerWord >> 6 & 0x1F;
   // Deliberate (design.md, "Header word 0"): 0x20 is kind 0 and data type 0 as 0 is, and accepted.
-  if (headerWord == 0 || printKind > kMaxPrintKind || dataType > kMaxDataType) return nullptr;
+  if (headerWord == 0) return {nullptr, HeaderFault::kHeaderWord};
+  if (printKind > kMaxPrintKind) return {nullptr, HeaderFault::kPrintKind, printKind};
+  if (dataType > kMaxDataType) return {nullptr, HeaderFault::kDataType, dataType};
 
   const auto* bytes = static_cast<const std::uint8_t*>(buffer);
   InfoPtr info(new PrintBufInfo());
@@ -63,7 +68,7 @@ InfoPtr readHeader(const void* buffer, std::size_t bufferSize, const char* strin
   info->subMask = reinterpret_cast<const std::uint32_t*>(bytes + kSubmasks);
   info->format = stringTable + formatOffset;
   info->data = reinterpret_cast<const std::uint32_t*>(bytes + kData);
-  return info;
+  return {std::move(info)};
 }
 
 }  // namespace zarn::print
@@ -82,7 +87,7 @@ std::uint32_t db_get_jid(const void* buffer, std::size_t size) {
 
 PrintBufInfo* db_get_print_buffer_info(const void* buffer, std::size_t bufferSize, const char* stringTable,
                                        std::size_t stringTableSize) {
-  return zarn::print::readHeader(buffer, bufferSize, stringTable, stringTableSize).release();
+  return zarn::print::readHeader(buffer, bufferSize, stringTable, stringTableSize).info.release();
 }
 
 void db_free_print_buffer_info(PrintBufInfo** info) {

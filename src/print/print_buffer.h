@@ -21,8 +21,16 @@ struct InfoDeleter {
 
 using InfoPtr = std::unique_ptr<PrintBufInfo, InfoDeleter>;
 
-// The record, or null where the header is not acceptable.
-InfoPtr readHeader(const void* buffer, std::size_t bufferSize, const char* stringTable, std::size_t stringTableSize);
+enum class HeaderFault { kNone, kTooShort, kFormatOffset, kHeaderWord, kPrintKind, kDataType };
+
+// A checked header, or what is wrong with it.
+struct Header {
+  InfoPtr info;
+  HeaderFault fault = HeaderFault::kNone;  // where there is no record
+  std::uint32_t number = 0;                // the format offset, print kind or data type at fault
+};
+
+Header readHeader(const void* buffer, std::size_t bufferSize, const char* stringTable, std::size_t stringTableSize);
 
 // Word `index` of the record's value words or submask words, which are as unaligned as the caller's buffer is.
 inline std::uint32_t wordAt(const std::uint32_t* words, std::uint32_t index) {
