@@ -87,9 +87,9 @@ typedef struct PrintBufInfo {
   uint32_t graphId;        /* word at byte 12 */
   uint32_t kernelId;       /* word at byte 16 */
   uint32_t instanceId;     /* word at byte 20 */
-  const uint32_t* subMask; /* the caller's buffer at byte 24: 4 words, as unaligned as the buffer; use memcpy */
+  const uint32_t* subMask; /* the caller's buffer at byte 24: 4 little-endian words, as unaligned as the buffer */
   const char* format;      /* the caller's string table at the format offset */
-  const uint32_t* data;    /* the caller's buffer at byte 44: 128 words, as unaligned as the buffer */
+  const uint32_t* data;    /* the caller's buffer at byte 44: 128 of the same; read both with memcpy() or by byte */
 } PrintBufInfo;
 
 /*
