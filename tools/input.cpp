@@ -22,9 +22,12 @@ std::string Bytes::read(const std::string& name) {
 
 std::string Bytes::readFrom(int file) {
   struct stat status {};
-  const bool hasSize = fstat(file, &status) == 0 && S_ISREG(status.st_mode);
-  // One byte for the NUL, and one more so that the end of a file of known size is seen without growing.
-  std::size_t capacity = hasSize ? static_cast<std::size_t>(status.st_size) + 2 : 65536;
+  const bool isRegular = fstat(file, &status) == 0 && S_ISREG(status.st_mode);
+  const std::size_t size = isRegular ? static_cast<std::size_t>(status.st_size) : 0;
+  // One byte so that the end of a file of known size is seen without growing. Files that the kernel makes, as those are
+  // that dumps come from, report a size of 0, and some drivers answer a read of a few bytes wrongly.
+  const std::size_t leastRoom = size > 0 ? 1 : 65536;
+  std::size_t capacity = size + leastRoom + 1;  // and one for the NUL
   while (true) {
     if (!reserve(capacity)) return "does not fit into memory";
     const auto count = ::read(file, data_.get() + size_, capacity_ - size_ - 1);
@@ -32,7 +35,7 @@ std::string Bytes::readFrom(int file) {
     if (count < 0) return std::string("cannot be read: ") + std::strerror(errno);
     if (count == 0) break;
     size_ += static_cast<std::size_t>(count);
-    if (size_ + 1 == capacity_) capacity = capacity_ * 2;
+    if (capacity_ - size_ - 1 < leastRoom) capacity = capacity_ * 2;
   }
   data_.get()[size_] = '\0';
   return {};
