@@ -1,6 +1,7 @@
 // What the subcommands do: each takes its inputs in turn and returns the exit status.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,11 +14,20 @@ enum class Format { kText, kJson };
 
 using Names = std::vector<std::string>;
 
-int printBuffers(const std::string& stringTable, const Names& buffers, Format format);
-int reportLogs(bool isAll, const Names& logs, Format format);
-int checkKernels(const Names& kernels, Format format);
+struct Arguments {
+  Names names;
+  Format format = Format::kText;
+  bool isVerbose = false;
+  std::optional<std::string> stringTable;
+  bool isAll = false;
+  bool isQuiet = false;
+};
 
-// Writes nothing but complaints. The status is kFound or kNotFound, or kTrouble where an input could not be read.
-int lookForEdma(const Names& kernels);
+int printBuffers(const Arguments& arguments);
+int reportLogs(const Arguments& arguments);
+
+// With `isQuiet` nothing is written but complaints. The status is then kFound or kNotFound, or kTrouble where an input
+// could not be read.
+int checkKernels(const Arguments& arguments);
 
 }  // namespace tool

@@ -10,32 +10,24 @@
 #include <vector>
 
 #include "commands.h"
+#include "out_of_memory.h"
 #include "output.h"
 
 namespace {
 
-enum OptionId { kHelp = 'h', kQuiet = 'q', kAll = 256, kJson, kStrings };
-
-struct Arguments {
-  std::string stringTable;
-  bool hasStringTable = false;
-  bool isAll = false;
-  bool isQuiet = false;
-  tool::Format format = tool::Format::kText;
-  tool::Names names;
-};
+enum OptionId { kHelp = 'h', kQuiet = 'q', kVerbose = 'v', kAll = 256, kJson, kStrings };
 
 struct Command {
   std::string name;
   std::string inputs;
   const char* shortOptions;
   std::vector<option> longOptions;
-  int (*run)(const Arguments&);
+  int (*run)(const tool::Arguments&);
   const char* help;
 };
 
-const char* const kHelpText = R"(Usage: zarn-utility print --strings TABLE [--json] BUFFER...
-       zarn-utility log [--all] [--json] LOG...
+const char* const kHelpText = R"(Usage: zarn-utility print --strings TABLE [--json] [-v | --verbose] BUFFER...
+       zarn-utility log [--all] [--json] [-v | --verbose] LOG...
        zarn-utility kernel [-q | --quiet | --json] BINARY...
        zarn-utility --version
 
@@ -52,24 +44,23 @@ Exit status: 0 when every input was decoded, 1 when one could not be read or dec
 "kernel --quiet" is an answer: see zarn-utility kernel --help.
 )";
 
-const Command kCommands[] = {
-    {"print",
-     "BUFFER",
-     ":h",
-     {{"strings", required_argument, nullptr, kStrings},
-      {"json", no_argument, nullptr, kJson},
-      {"help", no_argument, nullptr, kHelp},
-      {}},
-     [](const Arguments& arguments) {
-       return tool::printBuffers(arguments.stringTable, arguments.names, arguments.format);
-     },
-     R"(Usage: zarn-utility print --strings TABLE [--json] BUFFER...
+const Command kCommands[] = {{"print",
+                              "BUFFER",
+                              ":hv",
+                              {{"strings", required_argument, nullptr, kStrings},
+                               {"json", no_argument, nullptr, kJson},
+                               {"verbose", no_argument, nullptr, kVerbose},
+                               {"help", no_argument, nullptr, kHelp},
+                               {}},
+                              tool::printBuffers,
+                              R"(Usage: zarn-utility print --strings TABLE [--json] [-v | --verbose] BUFFER...
 
 Show print buffers as text.
 
   BUFFER...          files to decode; - is standard input
   --strings TABLE    string table that the buffers' formats lie in; - is standard input
   --json             write one JSON object a line for each buffer
+  -v, --verbose      write the name of a buffer above its text even if there is only one
   -h, --help         show this
   --                 everything after it is a name
 
@@ -77,40 +68,39 @@ Exit status: 0 when every buffer was decoded, 1 when one could not be read or de
 
 Example: zarn-utility print --strings strings.bin prints/*
 )"},
-    {"log",
-     "LOG",
-     ":h",
-     {{"all", no_argument, nullptr, kAll},
-      {"json", no_argument, nullptr, kJson},
-      {"help", no_argument, nullptr, kHelp},
-      {}},
-     [](const Arguments& arguments) { return tool::reportLogs(arguments.isAll, arguments.names, arguments.format); },
-     R"(Usage: zarn-utility log [--all] [--json] LOG...
+                             {"log",
+                              "LOG",
+                              ":hv",
+                              {{"all", no_argument, nullptr, kAll},
+                               {"json", no_argument, nullptr, kJson},
+                               {"verbose", no_argument, nullptr, kVerbose},
+                               {"help", no_argument, nullptr, kHelp},
+                               {}},
+                              tool::reportLogs,
+                              R"(Usage: zarn-utility log [--all] [--json] [-v | --verbose] LOG...
 
 Report on descriptor logs.
 
-  LOG...        files to decode; - is standard input
-  --all         every entry from the newest backwards, not only the newest
-  --json        write one JSON object a line for each log
-  -h, --help    show this
-  --            everything after it is a name
+  LOG...           files to decode; - is standard input
+  --all            every entry from the newest backwards, not only the newest
+  --json           write one JSON object a line for each log
+  -v, --verbose    write the name of a log above its report even if there is only one
+  -h, --help       show this
+  --               everything after it is a name
 
 Exit status: 0 when every log was decoded, 1 when one could not be read or decoded, 2 for wrong usage.
 
 Example: zarn-utility log --all device-0.log
 )"},
-    {"kernel",
-     "BINARY",
-     ":hq",
-     {{"quiet", no_argument, nullptr, kQuiet},
-      {"json", no_argument, nullptr, kJson},
-      {"help", no_argument, nullptr, kHelp},
-      {}},
-     [](const Arguments& arguments) {
-       return arguments.isQuiet ? tool::lookForEdma(arguments.names)
-                                : tool::checkKernels(arguments.names, arguments.format);
-     },
-     R"(Usage: zarn-utility kernel [-q | --quiet | --json] BINARY...
+                             {"kernel",
+                              "BINARY",
+                              ":hq",
+                              {{"quiet", no_argument, nullptr, kQuiet},
+                               {"json", no_argument, nullptr, kJson},
+                               {"help", no_argument, nullptr, kHelp},
+                               {}},
+                              tool::checkKernels,
+                              R"(Usage: zarn-utility kernel [-q | --quiet | --json] BINARY...
 
 Checksum kernel binaries and look for eDMA instructions.
 
@@ -134,7 +124,7 @@ int wrongUsage(const std::string& problem, const std::string& command = "") {
 }
 
 int show(const std::string& text) {
-  tool::write(text);
+  tool::write({text});
   return tool::finish(tool::kDone);
 }
 
@@ -148,14 +138,26 @@ std::string optionProblem(const Command& command, char** argv) {
   return tool::shownName(unknown) + ": unknown option";
 }
 
+// What is wrong with the arguments as a whole, or nothing at all.
+std::string problemOf(const Command& command, const tool::Arguments& arguments) {
+  if (command.name == "print" && !arguments.stringTable) return "--strings is required";
+  if (arguments.names.empty()) return command.inputs + " is required";
+  const auto standardInputs = std::count(arguments.names.begin(), arguments.names.end(), "-");
+  if (standardInputs + (arguments.stringTable == "-") > 1) return "standard input can be named only once";
+  return {};
+}
+
 int run(const Command& command, int argc, char** argv) {
-  Arguments arguments;
+  tool::Arguments arguments;
   for (int id = 0; (id = getopt_long(argc, argv, command.shortOptions, command.longOptions.data(), nullptr)) != -1;) {
     switch (id) {
       case kHelp:
         return show(command.help);
       case kQuiet:
         arguments.isQuiet = true;
+        break;
+      case kVerbose:
+        arguments.isVerbose = true;
         break;
       case kAll:
         arguments.isAll = true;
@@ -165,25 +167,23 @@ int run(const Command& command, int argc, char** argv) {
         break;
       case kStrings:
         arguments.stringTable = optarg;
-        arguments.hasStringTable = true;
         break;
       default:
         return wrongUsage(optionProblem(command, argv), command.name);
     }
   }
   arguments.names.assign(argv + optind, argv + argc);
-  if (command.name == "print" && !arguments.hasStringTable) return wrongUsage("--strings is required", command.name);
-  if (arguments.names.empty()) return wrongUsage(command.inputs + " is required", command.name);
-  const auto standardInputs = std::count(arguments.names.begin(), arguments.names.end(), "-");
-  if (standardInputs + (arguments.stringTable == "-") > 1) {
-    return wrongUsage("standard input can be named only once", command.name);
-  }
+  const auto problem = problemOf(command, arguments);
+  if (!problem.empty()) return wrongUsage(problem, command.name);
+  if (arguments.isQuiet) arguments.format = tool::Format::kText;
+  tool::keepMemoryFor(arguments);
   return command.run(arguments);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  tool::prepareForLackOfMemory();
   const std::string_view first = argc < 2 ? "" : argv[1];
   if (first == "-h" || first == "--help") return show(kHelpText);
   if (first == "--version") return show("zarn-utility " ZARN_UTILITY_VERSION "\n");

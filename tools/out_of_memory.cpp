@@ -2,40 +2,82 @@
 
 #include <unistd.h>
 
-#include <cstdio>
+#include <algorithm>
+#include <cstddef>
+#include <cstdlib>
 #include <new>
 #include <string>
-#include <utility>
+#include <string_view>
+
+#include "commands.h"
+#include "inputs.h"
+#include "output.h"
 
 namespace tool {
 namespace {
 
-LastWords lastWords;
+struct InputAtHand {
+  const std::string* name = nullptr;
+  std::size_t inputsAfter = 0;
+  Format format = Format::kText;
+  int status = kFailed;
+  bool isWritten = false;
+  const std::string* unfinished = nullptr;
+  std::size_t finishedSize = 0;
+};
 
-void writeWhole(int file, const std::string& text) {
-  std::size_t written = 0;
-  while (written < text.size()) {
-    const auto count = ::write(file, text.data() + written, text.size() - written);
-    if (count <= 0) return;
-    written += static_cast<std::size_t>(count);
-  }
+InputAtHand atHand;
+void* kept = nullptr;
+
+// Both end the process here: the library is built without exceptions, so none may leave operator new.
+
+[[noreturn]] void endWithFewWords() {
+  constexpr std::string_view kWords = "zarn-utility: not enough memory\n";
+  const auto written = ::write(STDERR_FILENO, kWords.data(), kWords.size());
+  (void)written;
+  _exit(atHand.status);
 }
 
-// Ends the process here: the library is built without exceptions, so none may leave operator new.
 [[noreturn]] void end() {
-  std::fflush(stdout);
-  writeWhole(STDOUT_FILENO, lastWords.toOutput);
-  writeWhole(STDERR_FILENO, lastWords.toError);
-  _exit(lastWords.status);
+  std::set_new_handler(endWithFewWords);
+  std::free(kept);
+  constexpr const char* kProblem = "not enough memory to decode it";
+  if (atHand.format == Format::kJson && !atHand.isWritten) {
+    if (atHand.unfinished != nullptr) {
+      const auto finished = std::string_view(*atHand.unfinished).substr(0, atHand.finishedSize);
+      write({finished, R"(],"error":")", kProblem, "\"}\n"});
+    } else {
+      writeProblem(*atHand.name, kProblem);
+    }
+  }
+  complain(*atHand.name,
+           std::string(kProblem) + "; inputs after it that were not decoded: " + std::to_string(atHand.inputsAfter));
+  _exit(atHand.status);
 }
 
 }  // namespace
 
-void setLastWords(LastWords words) {
-  lastWords = std::move(words);
+void prepareForLackOfMemory() { std::set_new_handler(endWithFewWords); }
+
+void keepMemoryFor(const Arguments& arguments) {
+  std::size_t longest = arguments.stringTable.value_or("").size();
+  for (const auto& name : arguments.names) longest = std::max(longest, name.size());
+  kept = std::malloc(16384 + 20 * longest);  // escaped, in a string that grows
   std::set_new_handler(end);
 }
 
-void setLastWordsToOutput(std::string words) { lastWords.toOutput = std::move(words); }
+void setInputAtHand(const std::string& name, std::size_t inputsAfter, Format format, int status) {
+  atHand = {.name = &name, .inputsAfter = inputsAfter, .format = format, .status = status};
+}
+
+void setUnfinishedObject(const std::string& bytes, std::size_t size) {
+  atHand.unfinished = &bytes;
+  atHand.finishedSize = size;
+}
+
+void setObjectWritten() {
+  atHand.unfinished = nullptr;
+  atHand.isWritten = true;
+}
 
 }  // namespace tool

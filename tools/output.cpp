@@ -1,45 +1,57 @@
 #include "output.h"
 
+#include <sys/uio.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
+#include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
+#include <initializer_list>
+#include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "commands.h"
+#include "utf8.h"
 
 namespace tool {
 namespace {
 
 int writeError = 0;  // errno of the first failure
 
-void noteError() {
-  if (writeError == 0) writeError = errno;
-}
-
-// Length of the UTF-8 character at the start of `text`, which isn't empty; 0 where there is none.
-std::size_t characterLength(std::string_view text) {
-  const auto byte = [text](std::size_t i) { return static_cast<std::uint8_t>(text[i]); };
-  const auto first = byte(0);
-  if (first < 0x80) return 1;
-  const std::size_t length = first < 0xC2 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : first < 0xF5 ? 4 : 0;
-  if (length == 0 || length > text.size()) return 0;
-  for (std::size_t i = 1; i < length; ++i) {
-    if ((byte(i) & 0xC0) != 0x80) return 0;
+// Returns 0, or errno.
+int writeTo(int file, std::span<const std::string_view> parts) {
+  std::vector<iovec> pieces;
+  pieces.reserve(parts.size());
+  for (const auto part : parts) pieces.push_back({const_cast<char*>(part.data()), part.size()});
+  for (auto left = std::span(pieces);;) {
+    while (!left.empty() && left.front().iov_len == 0) left = left.subspan(1);
+    if (left.empty()) return 0;
+    const auto result = writev(file, left.data(), static_cast<int>(std::min<std::size_t>(left.size(), IOV_MAX)));
+    if (result < 0 && errno != EINTR) return errno;
+    for (auto written = static_cast<std::size_t>(std::max<ssize_t>(result, 0)); written > 0;) {
+      const auto count = std::min(written, left.front().iov_len);
+      left.front().iov_base = static_cast<char*>(left.front().iov_base) + count;
+      left.front().iov_len -= count;
+      written -= count;
+      if (left.front().iov_len == 0) left = left.subspan(1);
+    }
   }
-  const bool isOverlong = (first == 0xE0 && byte(1) < 0xA0) || (first == 0xF0 && byte(1) < 0x90);
-  const bool isSurrogate = first == 0xED && byte(1) >= 0xA0;
-  const bool isBeyondUnicode = first == 0xF4 && byte(1) >= 0x90;
-  return isOverlong || isSurrogate || isBeyondUnicode ? 0 : length;
 }
 
-// Whether a UTF-8 character is one that terminals obey: U+0000 to U+001F, or U+007F to U+009F.
+// Whether a UTF-8 character is one that terminals obey: U+0000 to U+001F, U+007F to U+009F, the separators of lines and
+// paragraphs (U+2028, U+2029), and what turns the direction of writing (U+202A to U+202E, U+2066 to U+2069).
 bool isControl(std::string_view character) {
-  const auto first = static_cast<std::uint8_t>(character.front());
-  return first < 0x20 || first == 0x7F || (first == 0xC2 && static_cast<std::uint8_t>(character[1]) < 0xA0);
+  const auto byte = [character](std::size_t i) { return static_cast<std::uint8_t>(character[i]); };
+  if (byte(0) < 0x20 || byte(0) == 0x7F) return true;
+  if (byte(0) == 0xC2) return byte(1) < 0xA0;
+  if (byte(0) != 0xE2) return false;
+  return (byte(1) == 0x80 && 0xA8 <= byte(2) && byte(2) <= 0xAE) ||
+         (byte(1) == 0x81 && 0xA6 <= byte(2) && byte(2) <= 0xA9);
 }
 
 void appendEscape(std::string& result, char byte) {
@@ -81,41 +93,43 @@ std::string escaped(std::string_view text, std::string_view kept, std::string_vi
   return result;
 }
 
-}  // namespace
-
-void write(std::string_view bytes) {
-  if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) != bytes.size()) noteError();
-}
-
-void show(std::string_view text) {
-  static const bool isTerminal = isatty(STDOUT_FILENO) == 1;
-  if (!isTerminal) return write(text);
-  while (!text.empty()) {  // line by line, so that a long report isn't held twice
-    const auto line = text.substr(0, text.find('\n') + 1);
-    const auto part = line.empty() ? text : line;
-    write(escaped(part, "\n\t", ""));
+// Writes a text to a terminal part by part, so that a long one isn't held twice.
+void showOnTerminal(std::string_view text) {
+  constexpr std::size_t kPart = 65536;
+  while (!text.empty()) {
+    const auto part = firstPiece(text, kPart);
+    write({escaped(part, "\n\t", "")});
     text.remove_prefix(part.size());
   }
 }
 
+}  // namespace
+
+void write(std::span<const std::string_view> parts) {
+  if (!hasWriteFailed()) writeError = writeTo(STDOUT_FILENO, parts);
+}
+
+void write(std::initializer_list<std::string_view> parts) { write(std::span(parts.begin(), parts.size())); }
+
+bool hasWriteFailed() { return writeError != 0; }
+
+void show(std::string_view heading, std::string_view text) {
+  static const bool isTerminal = isatty(STDOUT_FILENO) == 1;
+  if (!isTerminal) return write({heading, text});
+  write({heading});
+  showOnTerminal(text);
+}
+
 std::string shownName(std::string_view name) { return name.empty() ? "''" : escaped(name, "", "\\"); }
 
-bool flush() {
-  if (std::fflush(stdout) != 0) noteError();
-  return writeError == 0;
-}
-
-std::string complaint(std::string_view name, const std::string& problem) {
-  return "zarn-utility: " + shownName(name) + ": " + problem + "\n";
-}
-
 void complain(std::string_view name, const std::string& problem) {
-  flush();  // so that the line stands where it belongs when both go to one place
-  std::fputs(complaint(name, problem).c_str(), stderr);
+  const auto shown = shownName(name);
+  const std::string_view parts[] = {"zarn-utility: ", shown, ": ", problem, "\n"};
+  writeTo(STDERR_FILENO, parts);
 }
 
 int finish(int status) {
-  if (flush()) return status;
+  if (!hasWriteFailed()) return status;
   if (writeError != EPIPE) complain("standard output", std::strerror(writeError));  // a closed pipe needs no words
   return kFailed;
 }

@@ -1,0 +1,33 @@
+// The inputs of a subcommand, one after the other.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "commands.h"
+#include "input.h"
+#include "json_writer.h"
+
+namespace tool {
+
+// Decodes and shows an input. Returns what is wrong if it can't be decoded, or nothing at all.
+using Decode = std::function<std::string(const std::string& name, const Bytes&)>;
+
+// The status is kDone, or `failure` where an input could not be decoded.
+int decodeAll(const Arguments& arguments, const Decode& decode, int failure = kFailed);
+
+// Tells about an input that can't be decoded: on standard error, and in JSON by an object of its own as well.
+void reportProblem(const std::string& name, const std::string& problem, Format format);
+void writeProblem(std::string_view name, std::string_view problem);  // that object
+
+// Shows a text, under the name of its input where there are several or headings are wanted.
+void showText(const Arguments& arguments, const std::string& name, std::string_view text);
+
+// Writes the object of the input at hand, whole.
+void writeObject(JsonWriter& json);
+
+std::string tooShort(const Bytes& bytes, const char* what, std::size_t needed);
+
+}  // namespace tool
