@@ -41,6 +41,16 @@ single() {
   tail -c +49 print/single-u32.bin
 }
 
+# Descriptor logs: a file with two bytes changed, and parts of logs. `entry` is an eDMA one of 76 bytes.
+zeros() { head -c "$1" /dev/zero; }
+# shellcheck disable=SC2059  # the number becomes escapes
+u16() { printf "\\$(printf %o $(($1 & 255)))\\$(printf %o $(($1 >> 8)))"; }
+patched() { head -c "$2" "$1" && u16 "$3" && tail -c +$(($2 + 3)) "$1"; }             # FILE OFFSET NUMBER
+header() { printf ST && u16 "$1"; }                                                   # UNITS
+record() { u16 "$1" && u16 0 && u16 "$2" && printf %s "$3"; }                         # PC START TAG
+entry() { header 1 && zeros 64 && record "$1" "$2" ED; }                              # PC START
+trailer() { u16 "$1" && u16 0 && u16 "$2" && zeros 58; }                              # WRITE-OFFSET TOTAL
+
 transcript() {
   local commands
   mapfile -t commands < <(grep '^\$ ' "$golden")

@@ -1,6 +1,7 @@
 // What the subcommands do: each takes its inputs in turn and returns the exit status.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -20,6 +21,8 @@ struct Arguments {
   bool isVerbose = false;
   std::optional<std::string> stringTable;
   bool isAll = false;
+  bool isTable = false;
+  std::optional<std::uint16_t> writeOffset;
   bool isQuiet = false;
 };
 

@@ -1,10 +1,11 @@
-// Descriptor logs: reports and JSON.
+// Descriptor logs: reports, tables and JSON.
 
 #include "desc/log.h"
 
 #include <zarn_utility.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -17,6 +18,8 @@
 #include "inputs.h"
 #include "json_writer.h"
 #include "out_of_memory.h"
+#include "output.h"
+#include "walk.h"
 
 namespace tool {
 namespace {
@@ -25,6 +28,8 @@ using zarn::desc::Entry;
 using zarn::desc::EntryType;
 using zarn::desc::EntryWalk;
 using zarn::desc::Log;
+using zarn::desc::Stop;
+using zarn::desc::Tag;
 
 template <auto release>
 struct Release {
@@ -61,6 +66,7 @@ void appendEntry(JsonWriter& json, const Log& log, const Entry& entry) {
   const Record owned(makeRecord(log, entry));
   const DescBufInfo& record = *owned;
   json.open('{');
+  json.field("start", std::uint32_t{entry.start});
   json.field("valid", record.valid == 1);
   json.field("overSized", record.overSized == 1);
   json.field("isEdma", record.isEdma == 1);
@@ -81,41 +87,81 @@ void appendEntry(JsonWriter& json, const Log& log, const Entry& entry) {
   json.close('}');
 }
 
-// Writes the newest entry of a log that has one, or all of them.
-void writeAsJson(const std::string& name, const Log& log, bool isAll) {
+void appendWalk(JsonWriter& json, const Walk& walk) {
+  json.key("walk");
+  json.open('{');
+  json.field("complete", walk.isComplete());
+  json.field("stoppedAt", walk.stoppedAt());
+  json.field("reason", std::string_view(walk.reason()));
+  json.field("bytes", walk.bytesNotShown());
+  json.close('}');
+}
+
+// Writes the newest entry of a log that has one, or all those of a walk.
+void writeAsJson(const std::string& name, const Log& log, Walk* walk) {
   JsonWriter json;
   json.open('{');
   json.field("input", std::string_view(name));
+  json.field("writeOffset", std::uint32_t{log.writeOffset()});
+  json.field("ringSize", log.ringSize());
   json.key("entries");
   json.open('[');
-  EntryWalk walk(log);
   Entry entry;
-  while (isAll ? walk.next(entry) : locateNewest(log, entry)) {
+  while (walk == nullptr ? locateNewest(log, entry) : walk->next(entry)) {
     appendEntry(json, log, entry);
     setUnfinishedObject(json.bytes(), json.bytes().size());
-    if (!isAll) break;
+    if (walk == nullptr) break;
   }
   json.close(']');
+  if (walk != nullptr) appendWalk(json, *walk);
   json.close('}');
   writeObject(json);
 }
 
+// Columns for people and for awk: only numbers that no intact log has make a line longer.
+std::string tableOf(Walk& walk) {
+  std::string table = "index  start  type                   pc     size  next_ptr    end  release\n";
+  unsigned index = 0;
+  for (Entry entry; walk.next(entry); ++index) {
+    const auto count = [&entry](Tag tag) { return entry.rbCounts[rbKind(tag)]; };
+    char pc[16];
+    std::snprintf(pc, sizeof pc, "0x%x", entry.pc);
+    char line[128];
+    std::snprintf(line, sizeof line, "%5u  %5u  %-13s  %10s  %7u  %8u  %5u  %7u\n", index, unsigned{entry.start},
+                  nameOf(entry.type), pc, entry.descSize, count(Tag::kRbNextPtr), count(Tag::kRbEnd),
+                  count(Tag::kRbRelease));
+    table += line;
+  }
+  return table;
+}
+
 // Returns what is wrong if there is no entry that can be decoded.
 std::string showLog(const Arguments& arguments, const std::string& name, const Bytes& bytes) {
-  const std::uint64_t needed = arguments.isAll ? EntryWalk::kMinLogSize : Log::kMinSize;
+  const bool hasAll = arguments.isAll || arguments.isTable;
+  const std::uint64_t needed = hasAll ? EntryWalk::kMinLogSize : Log::kMinSize;
   if (bytes.size() < needed) {
-    return tooShort(bytes, arguments.isAll ? "a descriptor log with --all" : "a descriptor log", needed);
+    return tooShort(bytes, hasAll ? "a descriptor log with --all" : "a descriptor log", needed);
   }
-  const Log log(bytes.data(), bytes.size());
-  if (Entry entry; !locateNewest(log, entry)) {
-    return "no entry can be decoded at write offset " + std::to_string(log.writeOffset());
+  Log log(bytes.data(), bytes.size());
+  if (arguments.writeOffset) log.setWriteOffset(*arguments.writeOffset);
+  const auto writeOffset = log.writeOffset();
+  if (const auto stop = whyNoEntry(log, writeOffset); stop != Stop::kNone) {
+    return "no entry can be decoded at write offset " + std::to_string(writeOffset) + ": " +
+           reasonOf(log, stop, writeOffset);
   }
+
+  Walk walk(log);
   if (arguments.format == Format::kJson) {
-    writeAsJson(name, log, arguments.isAll);
+    writeAsJson(name, log, hasAll ? &walk : nullptr);
+  } else if (arguments.isTable) {
+    showText(arguments, name, tableOf(walk));
   } else {
-    const Report report(arguments.isAll ? reportOnAll(log) : reportOnNewest(log));
+    const Report report(hasAll ? reportOnAll(log) : reportOnNewest(log));
     showText(arguments, name, report.get());
+    for (Entry entry; hasAll && walk.next(entry);) {
+    }
   }
+  if (hasAll && !walk.isComplete()) complain(name, walk.problem());
   return {};
 }
 

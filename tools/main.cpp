@@ -4,9 +4,13 @@
 #include <zarn_utility.h>
 
 #include <algorithm>
+#include <charconv>
+#include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "commands.h"
@@ -15,7 +19,7 @@
 
 namespace {
 
-enum OptionId { kHelp = 'h', kQuiet = 'q', kVerbose = 'v', kAll = 256, kJson, kStrings };
+enum OptionId { kHelp = 'h', kQuiet = 'q', kVerbose = 'v', kAll = 256, kAt, kJson, kStrings, kTable };
 
 struct Command {
   std::string name;
@@ -27,7 +31,7 @@ struct Command {
 };
 
 const char* const kHelpText = R"(Usage: zarn-utility print --strings TABLE [--json] [-v | --verbose] BUFFER...
-       zarn-utility log [--all] [--json] [-v | --verbose] LOG...
+       zarn-utility log [--all] [--table | --json] [--at OFFSET] [-v | --verbose] LOG...
        zarn-utility kernel [-q | --quiet | --json] BINARY...
        zarn-utility --version
 
@@ -44,16 +48,17 @@ Exit status: 0 when every input was decoded, 1 when one could not be read or dec
 "kernel --quiet" is an answer: see zarn-utility kernel --help.
 )";
 
-const Command kCommands[] = {{"print",
-                              "BUFFER",
-                              ":hv",
-                              {{"strings", required_argument, nullptr, kStrings},
-                               {"json", no_argument, nullptr, kJson},
-                               {"verbose", no_argument, nullptr, kVerbose},
-                               {"help", no_argument, nullptr, kHelp},
-                               {}},
-                              tool::printBuffers,
-                              R"(Usage: zarn-utility print --strings TABLE [--json] [-v | --verbose] BUFFER...
+const Command kCommands[] = {
+    {"print",
+     "BUFFER",
+     ":hv",
+     {{"strings", required_argument, nullptr, kStrings},
+      {"json", no_argument, nullptr, kJson},
+      {"verbose", no_argument, nullptr, kVerbose},
+      {"help", no_argument, nullptr, kHelp},
+      {}},
+     tool::printBuffers,
+     R"(Usage: zarn-utility print --strings TABLE [--json] [-v | --verbose] BUFFER...
 
 Show print buffers as text.
 
@@ -68,39 +73,45 @@ Exit status: 0 when every buffer was decoded, 1 when one could not be read or de
 
 Example: zarn-utility print --strings strings.bin prints/*
 )"},
-                             {"log",
-                              "LOG",
-                              ":hv",
-                              {{"all", no_argument, nullptr, kAll},
-                               {"json", no_argument, nullptr, kJson},
-                               {"verbose", no_argument, nullptr, kVerbose},
-                               {"help", no_argument, nullptr, kHelp},
-                               {}},
-                              tool::reportLogs,
-                              R"(Usage: zarn-utility log [--all] [--json] [-v | --verbose] LOG...
+    {"log",
+     "LOG",
+     ":hv",
+     {{"all", no_argument, nullptr, kAll},
+      {"at", required_argument, nullptr, kAt},
+      {"json", no_argument, nullptr, kJson},
+      {"table", no_argument, nullptr, kTable},
+      {"verbose", no_argument, nullptr, kVerbose},
+      {"help", no_argument, nullptr, kHelp},
+      {}},
+     tool::reportLogs,
+     R"(Usage: zarn-utility log [--all] [--table | --json] [--at OFFSET] [-v | --verbose] LOG...
 
 Report on descriptor logs.
 
   LOG...           files to decode; - is standard input
   --all            every entry from the newest backwards, not only the newest
+  --table          a table of every entry, one line each
   --json           write one JSON object a line for each log
+  --at OFFSET      read a log as if OFFSET (0 to 65535, decimal or 0x...) were its write offset
   -v, --verbose    write the name of a log above its report even if there is only one
   -h, --help       show this
   --               everything after it is a name
 
+Where --all and --table end before the log does, a line on standard error says where and why.
+
 Exit status: 0 when every log was decoded, 1 when one could not be read or decoded, 2 for wrong usage.
 
-Example: zarn-utility log --all device-0.log
+Example: zarn-utility log --table device-0.log
 )"},
-                             {"kernel",
-                              "BINARY",
-                              ":hq",
-                              {{"quiet", no_argument, nullptr, kQuiet},
-                               {"json", no_argument, nullptr, kJson},
-                               {"help", no_argument, nullptr, kHelp},
-                               {}},
-                              tool::checkKernels,
-                              R"(Usage: zarn-utility kernel [-q | --quiet | --json] BINARY...
+    {"kernel",
+     "BINARY",
+     ":hq",
+     {{"quiet", no_argument, nullptr, kQuiet},
+      {"json", no_argument, nullptr, kJson},
+      {"help", no_argument, nullptr, kHelp},
+      {}},
+     tool::checkKernels,
+     R"(Usage: zarn-utility kernel [-q | --quiet | --json] BINARY...
 
 Checksum kernel binaries and look for eDMA instructions.
 
@@ -138,10 +149,22 @@ std::string optionProblem(const Command& command, char** argv) {
   return tool::shownName(unknown) + ": unknown option";
 }
 
+// Decimal, or hexadecimal after 0x; nothing where it is neither or doesn't fit.
+std::optional<std::uint16_t> parseOffset(std::string_view text) {
+  const bool isHex = text.starts_with("0x");
+  if (isHex) text.remove_prefix(2);
+  std::uint16_t offset = 0;
+  const char* const end = text.data() + text.size();
+  const auto [at, error] = std::from_chars(text.data(), end, offset, isHex ? 16 : 10);
+  if (error != std::errc() || at != end) return std::nullopt;
+  return offset;
+}
+
 // What is wrong with the arguments as a whole, or nothing at all.
 std::string problemOf(const Command& command, const tool::Arguments& arguments) {
   if (command.name == "print" && !arguments.stringTable) return "--strings is required";
   if (arguments.names.empty()) return command.inputs + " is required";
+  if (arguments.isTable && arguments.format == tool::Format::kJson) return "--table and --json exclude each other";
   const auto standardInputs = std::count(arguments.names.begin(), arguments.names.end(), "-");
   if (standardInputs + (arguments.stringTable == "-") > 1) return "standard input can be named only once";
   return {};
@@ -161,6 +184,13 @@ int run(const Command& command, int argc, char** argv) {
         break;
       case kAll:
         arguments.isAll = true;
+        break;
+      case kTable:
+        arguments.isTable = true;
+        break;
+      case kAt:
+        arguments.writeOffset = parseOffset(optarg);
+        if (!arguments.writeOffset) return wrongUsage("--at needs an offset from 0 to 65535", command.name);
         break;
       case kJson:
         arguments.format = tool::Format::kJson;
