@@ -29,6 +29,5 @@ install(FILES ${PROJECT_BINARY_DIR}/zarn_utility.pc DESTINATION ${CMAKE_INSTALL_
 # Command-line tool
 if(ZARN_UTILITY_BUILD_TOOL)
   install(TARGETS zarn-utility RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-  configure_file(tools/zarn-utility.1.in zarn-utility.1 @ONLY)
-  install(FILES ${PROJECT_BINARY_DIR}/zarn-utility.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  install(FILES ${PROJECT_BINARY_DIR}/tools/zarn-utility.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 endif()
