@@ -66,11 +66,7 @@ std::string growFormat(Seed& seed) {
   std::string format;
   while (!seed.isEmpty() && format.size() < 1000) {
     const std::uint8_t byte = seed.byte();
-    if (byte < 0x80) {
-      format += static_cast<char>(byte);
-    } else {
-      format += kParts[byte % std::size(kParts)];
-    }
+    format += byte < 0x80 ? std::string(1, static_cast<char>(byte)) : std::string(kParts[byte % std::size(kParts)]);
   }
   return format.substr(0, format.find('\0'));
 }
@@ -142,18 +138,6 @@ std::string oldRing(std::size_t ringSize, std::uint8_t kind, Random& random) {
     if (kind >= 0xC0) ring.replace(at + 6, 2, kTags[3 + random() % (kind % 3 + 1U)]);
   }
   return ring;
-}
-
-// Writes a record where it is looked for when the write offset is `writeOffset`: at positions that wrap modulo 2^32,
-// and those of tag, start offset and PC cut to 16 bits.
-void putNewest(std::string& log, std::uint32_t writeOffset, std::uint32_t start, std::string_view tag,
-               std::uint32_t pc) {
-  const auto ringSize = static_cast<std::uint32_t>(log.size() - 64);
-  const auto cut = [=](std::uint32_t position) { return position % ringSize & 0xFFFF; };
-  put(log, cut(writeOffset - 8), pc, 4);
-  put(log, cut(writeOffset - 4), start, 2);
-  log.replace(cut(writeOffset - 2), 2, tag);
-  putTrailer(log, writeOffset, writeOffset);
 }
 
 }  // namespace

@@ -71,6 +71,18 @@ inline std::string recordBytes(std::uint64_t pc, std::uint64_t start, std::strin
   return bytes.append(tag);
 }
 
+// Writes a record where it is looked for when the write offset is `writeOffset`: at positions that wrap modulo 2^32,
+// and those of tag, start offset and PC cut to 16 bits.
+inline void putNewest(std::string& log, std::uint32_t writeOffset, std::uint32_t start, std::string_view tag,
+                      std::uint32_t pc) {
+  const auto ringSize = static_cast<std::uint32_t>(log.size() - 64);
+  const auto cut = [=](std::uint32_t position) { return position % ringSize & 0xFFFF; };
+  put(log, cut(writeOffset - 8), pc, 4);
+  put(log, cut(writeOffset - 4), start, 2);
+  log.replace(cut(writeOffset - 2), 2, tag);
+  putTrailer(log, writeOffset, writeOffset);
+}
+
 // Appends entries to a log's ring as the device does.
 class LogWriter {
  public:

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <cstddef>
 #include <cstdint>
 #include <fstream>
@@ -25,24 +26,22 @@ using namespace zarn::inputs;
 
 // Writes a part of what tests/cases/logs.txt says of a log, `shift` bytes further on.
 void write(GuardedBytes& log, const std::string& part, std::size_t shift) {
-  std::vector<std::string> fields(1);
-  std::string separators;
-  for (const char c : part) {
-    if (c == '@' || c == ':' || c == ',' || c == '=') {
-      separators += c;
-      fields.emplace_back();
-    } else {
-      fields.back() += c;
-    }
+  std::string separators, spaced = part;
+  for (char& c : spaced) {
+    if (std::isalnum(static_cast<unsigned char>(c))) continue;
+    separators += c;
+    c = ' ';
   }
-  if (separators == "@:" && fields[0] == "ST") {
-    log.write(number(fields[1]) + shift, headerBytes(number(fields[2])));
-  } else if (separators == "@:," && fields[0].size() == 2) {
-    log.write(number(fields[1]) - 8 + shift, recordBytes(number(fields[2]), number(fields[3]), fields[0]));
-  } else if (separators == "@=" && number(fields[0]) <= 8) {
+  std::istringstream stream(spaced);
+  const std::vector<std::string> fields(std::istream_iterator<std::string>(stream), {});
+  if (separators == "@:" && fields.at(0) == "ST") {
+    log.write(number(fields.at(1)) + shift, headerBytes(number(fields.at(2))));
+  } else if (separators == "@:," && fields.at(0).size() == 2) {
+    log.write(number(fields.at(1)) - 8 + shift, recordBytes(number(fields.at(2)), number(fields.at(3)), fields[0]));
+  } else if (separators == "@=" && number(fields.at(0)) <= 8) {
     std::string bytes;
-    append(bytes, number(fields[2]), number(fields[0]));
-    log.write(number(fields[1]) + shift, bytes);
+    append(bytes, number(fields.at(2)), number(fields[0]));
+    log.write(number(fields.at(1)) + shift, bytes);
   } else {
     throw std::invalid_argument('"' + part + "\" is nothing to write");
   }

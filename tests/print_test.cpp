@@ -36,16 +36,11 @@ PrintBuffer printBuffer(std::uint32_t headerWord, std::uint32_t formatOffset = 0
   return {headerWord, 0x04080C10, 0x08101820, 0x0C182430, 0x10203040, 0x14283C50, {}, formatOffset, {}};
 }
 
-std::string printText(const std::string& buffer, const std::string& format, std::size_t shift = 0) {
-  const ExactBytes bytes(buffer, shift);
-  const ExactBytes table({format.c_str(), format.size() + 1}, shift);
+std::string printText(const std::string& buffer, const std::string& format) {
+  const ExactBytes bytes(buffer);
+  const ExactBytes table(format + '\0');
   return textOf([&] { return db_get_printf_string(bytes.data(), bytes.size(), table.data(), table.size()); },
                 db_free_printf_string);
-}
-
-std::string withoutHeader(std::string text) {
-  for (int line = 0; line < 9; ++line) text.erase(0, text.find('\n') + 1);
-  return text;
 }
 
 // The text that one value gives, without header block and line end.
@@ -53,7 +48,8 @@ std::string valueText(const std::string& format, std::uint32_t headerWord, std::
   static std::string buffer = printBuffer(0).bytes();  // one test makes 800,000 of these texts
   zarn::inputs::put(buffer, 0, headerWord, 4);
   zarn::inputs::put(buffer, 44, word, 4);
-  auto text = withoutHeader(printText(buffer, format));
+  auto text = printText(buffer, format);
+  for (int line = 0; line < 9; ++line) text.erase(0, text.find('\n') + 1);
   EXPECT_TRUE(text.ends_with('\n')) << format;
   text.pop_back();
   return text;

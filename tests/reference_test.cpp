@@ -67,11 +67,8 @@ TEST(Reference, LogsBetweenGuardPages) {
         for (char& c : log) c = static_cast<char>(random());
         putTrailer(log, writeOffset, writeOffset);
         if (size > 64) {
-          const auto ring = [size](std::uint32_t position) { return position % (size - 64); };
           if (start < size) log.replace(start, 4, headerBytes(random() % 3), 0, size - start);
-          log.resize(size);
-          put(log, ring(writeOffset - 4), start, 2);
-          log.replace(ring(writeOffset - 2), 2, kTags[tag++ % 6]);
+          putNewest(log, writeOffset, start, kTags[tag++ % 6], static_cast<std::uint32_t>(random()));
         }
         using enum GuardedBytes::Guard;
         const GuardedBytes guarded(log, tag / 6 % 2 == 0 ? kBehind : kInFront);
