@@ -1,12 +1,11 @@
 # What the project is built with: headers alone, each library's behind a private target zarn_NAME. No package, target or
 # cache entry of the libraries themselves is involved, so a parent project may use any version of them beside this one.
 
-include(FetchContent)
-
-# zarn_headers(NAME HEADER FILE URL ADDRESS SHA256 HASH [VERSION FILE REGEX])
+# zarn_headers(NAME HEADER FILE VERSION FILE REGEX URL ADDRESS SHA256 HASH)
 #
-# HEADER is looked for in .deps, where script/bootstrap puts {fmt}, and on the system; with VERSION only where FILE has a
-# line that matches REGEX. What isn't found is fetched: the archive at ADDRESS, which has to have that SHA256.
+# HEADER is looked for in .deps, where script/bootstrap puts {fmt}, and on the system; what is found is taken only if the
+# FILE beside it has a line that matches REGEX. What isn't found is fetched: the archive at ADDRESS, which has to have
+# that SHA256.
 #
 # Where the headers lie, or where else to fetch them from, can be set by ZARN_UTILITY_<NAME>_INCLUDE_DIR, _URL and _SHA256.
 function(zarn_headers name)
@@ -36,20 +35,37 @@ endfunction()
 # The two parts of zarn_headers() below see its variables.
 
 function(zarn_has_version result directory)
-  if(arg_VERSION)
-    list(POP_FRONT arg_VERSION file regex)
-    file(STRINGS ${directory}/${file} line REGEX ${regex})
-    if(NOT line)
-      set(${result} FALSE PARENT_SCOPE)
-    endif()
+  list(POP_FRONT arg_VERSION file regex)
+  file(STRINGS ${directory}/${file} line REGEX ${regex})
+  if(NOT line)
+    set(${result} FALSE PARENT_SCOPE)
   endif()
 endfunction()
 
+# In one attempt: FetchContent takes a minute and a half to find out that there is no network.
 function(zarn_fetch_headers result)
-  # The archive is only unpacked: SOURCE_SUBDIR, which isn't there, keeps its own CMakeLists.txt out.
-  FetchContent_Declare(zarn_${name} URL ${${prefix}_URL} URL_HASH SHA256=${${prefix}_SHA256} SOURCE_SUBDIR none)
-  FetchContent_MakeAvailable(zarn_${name})
-  find_path(directory ${arg_HEADER} PATHS ${zarn_${name}_SOURCE_DIR} PATH_SUFFIXES include
+  set(url ${${prefix}_URL})
+  set(folder ${PROJECT_BINARY_DIR}/_deps/${name}-${${prefix}_SHA256})
+  if(NOT EXISTS ${folder})
+    message(STATUS "Fetching ${arg_HEADER} from ${url}")
+    file(DOWNLOAD ${url} ${folder}.tar.gz STATUS status TIMEOUT 60 INACTIVITY_TIMEOUT 15)
+    list(POP_FRONT status is_failed problem)
+    if(NOT is_failed)
+      file(SHA256 ${folder}.tar.gz hash)
+      if(NOT hash STREQUAL ${prefix}_SHA256)
+        set(problem "its SHA256 is ${hash}")
+        set(is_failed TRUE)
+      endif()
+    endif()
+    if(is_failed)
+      message(FATAL_ERROR "A usable ${arg_HEADER} is neither here nor at ${url} (${problem}).\n"
+        "Run script/bootstrap, which gets it, or set ${prefix}_INCLUDE_DIR to the directory that it lies in.")
+    endif()
+    file(ARCHIVE_EXTRACT INPUT ${folder}.tar.gz DESTINATION ${folder}.new)
+    file(RENAME ${folder}.new ${folder})
+  endif()
+  file(GLOB roots ${folder}/*)
+  find_path(directory ${arg_HEADER} PATHS ${roots} PATH_SUFFIXES include
     NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH NO_CACHE REQUIRED)
   set(${result} ${directory} PARENT_SCOPE)
 endfunction()
@@ -59,12 +75,12 @@ zarn_headers(fmt HEADER fmt/printf.h VERSION fmt/core.h "^#define FMT_VERSION 70
   SHA256 5cae7072042b3043e12d53d50ef404bbb76949dad1de368d7f993a15c8c05ecc)
 target_compile_definitions(zarn_fmt INTERFACE FMT_HEADER_ONLY)
 
-zarn_headers(xxhash HEADER xxhash.h
+zarn_headers(xxhash HEADER xxhash.h VERSION xxhash.h "^#define XXH_VERSION_MINOR +([89]|[1-9][0-9]+)$"
   URL https://github.com/Cyan4973/xxHash/archive/v0.8.1.tar.gz
   SHA256 3bb6b7d6f30c591dd65aaaff1c8b7a5b94d81687998ca9400082c739a690436c)
 
 if(ZARN_UTILITY_BUILD_TOOL)
-  zarn_headers(json HEADER nlohmann/json.hpp
+  zarn_headers(json HEADER nlohmann/json.hpp VERSION nlohmann/json.hpp "version 3[.](9|[1-9][0-9])[.][0-9]+$"
     URL https://github.com/nlohmann/json/archive/v3.11.2.tar.gz
     SHA256 d69f9deb6a75e2580465c6c4c5111b89c4dc2fa94e3a85fcd2ffcd9a143d9273)
 endif()

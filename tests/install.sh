@@ -78,15 +78,18 @@ consumer package -DCMAKE_PREFIX_PATH="$prefix"
 check "version of the CMake package" "$version" \
   "$(sed -n 's/^set(PACKAGE_VERSION "\(.*\)")$/\1/p' "$prefix"/*/cmake/zarn_utility/zarn_utility-config-version.cmake)"
 
-# C++, as a subproject, which keeps to itself: its parent has another {fmt}, and no exceptions.
-other=$work/other-fmt
-mkdir -p "$other/include/fmt" "$other/lib/cmake/fmt"
-for header in core format printf; do echo '#error "the {fmt} of the parent"' >"$other/include/fmt/$header.h"; done
+# C++, as a subproject, which keeps to itself: its parent has other versions of all headers, and no exceptions.
+other=$work/other
+mkdir -p "$other"/{include/{fmt,nlohmann},lib/cmake/fmt}
+for header in fmt/core fmt/format fmt/printf nlohmann/json xxhash; do
+  echo '#error "a header of the parent"' >"$other/include/$header.h"
+done
+mv "$other"/include/nlohmann/json.h{,pp}
 # shellcheck disable=SC2016  # CMake's variable
 echo 'add_library(fmt::fmt-header-only INTERFACE IMPORTED)
 target_include_directories(fmt::fmt-header-only INTERFACE ${CMAKE_CURRENT_LIST_DIR}/../../../include)' \
   >"$other/lib/cmake/fmt/fmt-config.cmake"
-subproject=(-DZARN_UTILITY_SOURCE="$source" -DOTHER_FMT="$other" -DCMAKE_PREFIX_PATH="$other")
+subproject=(-DZARN_UTILITY_SOURCE="$source" -DOTHER="$other" -DCMAKE_PREFIX_PATH="$other")
 consumer subproject "${subproject[@]}" -DFMT_USE=before -DCMAKE_CXX_FLAGS="${CXXFLAGS:-} -fno-exceptions"
 # The loader takes the library that is there already; the place of one that is preloaded must have no blanks.
 (cd "$work/subproject/zarn_utility" && LD_PRELOAD=./${library##*/} \
@@ -97,13 +100,24 @@ cmake --install "$work/subproject" >/dev/null
 check "installed by a subproject" "" "$(find "$work/subproject/prefix" -type f 2>/dev/null)"
 
 # What other parents do shows when they are configured.
-configure target "${subproject[@]}" -DFMT_USE=target
+configure target "${subproject[@]}" -DFMT_USE=target -DZARN_UTILITY_BUILD_TOOL=ON
 configure after "${subproject[@]}" -DFMT_USE=after
 configure exported "${subproject[@]}" -DZARN_UTILITY_INSTALL=ON -DEXPORTED=ON
 for parent in target after; do
   check "a subproject's cache entries" "" "$(grep -E '^[A-Za-z]' "$work/$parent/CMakeCache.txt" |
-    grep -vE '^(CMAKE|ZARN_UTILITY|zarn_utility|consumer|FETCHCONTENT|PKG_CONFIG|OTHER_FMT|FMT_USE)(_|:)|:INTERNAL=|:STATIC=' |
+    grep -vE '^(CMAKE|ZARN_UTILITY|zarn_utility|consumer|PKG_CONFIG|OTHER|FMT_USE)(_|:)|:INTERNAL=|:STATIC=' |
     grep -vxF "fmt_DIR:PATH=$other/lib/cmake/fmt" || true)"
+done
+
+check "headers of the parent that were found" "" "$(grep -hF "_INCLUDE_DIR:PATH=$other" "$work"/*/CMakeCache.txt)"
+
+# Without headers and without network, what helps is said at once. An empty place is none, and is not searched for.
+if cmake -S "$source" -B "$work/offline" -DZARN_UTILITY_FMT_INCLUDE_DIR= -DZARN_UTILITY_FMT_URL="file://$work/nowhere" \
+  >"$work/offline.log" 2>&1; then
+  check "what happens without {fmt}" "an error" "none"
+fi
+for help in script/bootstrap ZARN_UTILITY_FMT_INCLUDE_DIR; do
+  check "error without {fmt} that names $help" 1 "$(sed '/^Call Stack/,$d' "$work/offline.log" | tail -n 4 | grep -cw $help)"
 done
 
 # clang links a sanitizer into the program alone.
