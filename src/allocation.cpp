@@ -13,7 +13,7 @@
 #endif
 
 // The linker makes up these names from those of the functions.
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl*,readability-identifier-naming)
+// NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming)
 extern "C" {
 // operator new and operator new[]
 void* __real__Znwm(std::size_t size);
@@ -29,4 +29,4 @@ void* __wrap__Znam(std::size_t size) noexcept { return __real__Znam(size); }
 [[noreturn]] void __wrap__ZSt20__throw_length_errorPKc() noexcept { std::terminate(); }
 [[noreturn]] void __wrap__ZSt24__throw_out_of_range_fmtPKcz() noexcept { std::terminate(); }
 }
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl*,readability-identifier-naming)
+// NOLINTEND(bugprone-reserved-identifier,readability-identifier-naming)
