@@ -52,8 +52,8 @@ void writeObject(JsonWriter& json) {
   setObjectWritten();
 }
 
-std::string tooShort(const Bytes& bytes, const char* what, std::size_t needed) {
-  return "too short for " + std::string(what) + ": " + std::to_string(bytes.size()) + " bytes, " +
+std::string tooShort(const Bytes& bytes, const std::string& what, std::size_t needed) {
+  return "too short for " + what + ": " + std::to_string(bytes.size()) + " bytes, " +
          std::to_string(needed - bytes.size()) + " missing";
 }
 

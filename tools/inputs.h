@@ -28,6 +28,6 @@ void showText(const Arguments& arguments, const std::string& name, std::string_v
 // Writes the object of the input at hand, whole.
 void writeObject(JsonWriter& json);
 
-std::string tooShort(const Bytes& bytes, const char* what, std::size_t needed);
+std::string tooShort(const Bytes& bytes, const std::string& what, std::size_t needed);
 
 }  // namespace tool

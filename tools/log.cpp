@@ -140,7 +140,8 @@ std::string showLog(const Arguments& arguments, const std::string& name, const B
   const bool hasAll = arguments.isAll || arguments.isTable;
   const std::uint64_t needed = hasAll ? EntryWalk::kMinLogSize : Log::kMinSize;
   if (bytes.size() < needed) {
-    return tooShort(bytes, hasAll ? "a descriptor log with --all" : "a descriptor log", needed);
+    const char* const option = arguments.isTable ? " with --table" : hasAll ? " with --all" : "";
+    return tooShort(bytes, std::string("a descriptor log") + option, needed);
   }
   Log log(bytes.data(), bytes.size());
   if (arguments.writeOffset) log.setWriteOffset(*arguments.writeOffset);
