@@ -79,8 +79,8 @@ TEST(EdmaScan, KnownStreams) {
 }
 
 // The pattern at every parcel after every head; where there is just enough to read for the longest instruction, and
-// where there is less. It counts in bundles of 6 bytes with no counted parcel, of 8 with one, and of 10 to 24 with two to
-// nine: one, three and 60 ways to count so many in three slots, each with what bits 12-14 are free to be. One of the
+// where there is less. It counts in bundles of 6 bytes with no counted parcel, of 8 with one, and of 10 to 24 with two
+// to nine: one, three and 60 ways to count so many in three slots, each with what bits 12-14 are free to be. One of the
 // last does not fit into 22 bytes.
 TEST(EdmaScan, EveryHead) {
   for (const std::size_t length : {24U, 22U}) {

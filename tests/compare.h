@@ -11,8 +11,8 @@ std::string comparePrint(const void* buffer, std::size_t size, const char* strin
 std::string compareLog(const void* log, std::uint64_t size);
 std::string compareKernel(const void* kernel, std::size_t size);
 
-// What the library decodes from a log, as the rows of tests/cases/logs.txt have it: the newest entry, or all of them, where
-// equal ones in a row are counted: "2 x GLSU pc 3 size 64 | 1 x eDMA pc 2 size 64".
+// What the library decodes from a log, as the rows of tests/cases/logs.txt have it: the newest entry, or all of them,
+// where equal ones in a row are counted: "2 x GLSU pc 3 size 64 | 1 x eDMA pc 2 size 64".
 std::string newestEntry(const void* log, std::uint64_t size);
 std::string allEntries(const void* log, std::uint64_t size);
 

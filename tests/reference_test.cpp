@@ -22,8 +22,8 @@ namespace {
 
 using namespace zarn::inputs;
 
-// Compares what seeds grow into: those of the fuzz target's corpus, and `count` of up to `longest` bytes, the same ones in
-// every run. Enough have to be decoded.
+// Compares what seeds grow into: those of the fuzz target's corpus, and `count` of up to `longest` bytes, the same ones
+// in every run. Enough have to be decoded.
 void compareGrown(Comparison (*compare)(std::string_view), const std::string& target, int count, std::size_t longest) {
   std::vector<std::pair<std::string, std::string>> seeds;
   for (const auto& file : std::filesystem::directory_iterator(CORPUS + ('/' + target))) {

@@ -93,8 +93,8 @@ class GuardedBytes {
   char* data_ = nullptr;
 };
 
-// What is at work while this object lives: named on standard error by tell(), and where a signal or a sanitizer ends the
-// program. If that grows from a seed, the seed goes into `file`, and what is told says so.
+// What is at work while this object lives: named on standard error by tell(), and where a signal or a sanitizer ends
+// the program. Where a seed grew into it, the seed goes into `file`, and what is told says so.
 class AtWork {
  public:
   explicit AtWork(const std::string& name, std::string_view seed = {}, const std::string& file = "");
