@@ -229,7 +229,6 @@ Table comparisons = {
     "| workload | group | library, us | plain, us | ratio | target | verdict | allocations | text, GB/s |\n"
     "|---|---|--:|--:|--:|--:|---|--:|--:|"};
 Table growths = {"\n| operation | 1x, us | 4x | 16x |\n|---|--:|--:|--:|"};
-Table toolRuns = {"\n| tool | text, ms | `--json`, ms | ratio |\n|---|--:|--:|--:|"};
 
 void compare(const Target& target, const std::string& name, const Pair& ways) {
   if (!isWanted(name)) return;
@@ -333,6 +332,8 @@ void growAll() {
 }
 
 #ifdef TOOL
+Table toolRuns = {"\n| tool | text, ms | `--json`, ms | ratio |\n|---|--:|--:|--:|"};
+
 std::filesystem::path folder() {
   auto name = (std::filesystem::temp_directory_path() / "zarn-bench-XXXXXX").string();
   if (mkdtemp(name.data()) == nullptr) std::abort();

@@ -50,8 +50,10 @@ class Sweep {
   Sweep(const char* format, bool isFloat, const std::vector<std::uint32_t>& slice)
       : format_(format), isFloat_(isFloat), slice_(slice), words_(slice.empty() ? kAllWords : slice.size()) {}
 
-  // On all cores. Returns whether there is no difference.
-  bool run() {
+  std::uint64_t words() const { return words_; }
+
+  // On all cores. Returns the number of differences.
+  std::uint64_t run() {
     const auto start = std::chrono::steady_clock::now();
     std::vector<std::thread> threads(std::max(std::thread::hardware_concurrency(), 1U));
     for (auto& thread : threads) thread = std::thread([this] { compareChunks(); });
@@ -66,7 +68,7 @@ class Sweep {
     std::printf("`%s` of %s: %llu words, %llu differences\n", format_, isFloat_ ? "floats" : "integers",
                 static_cast<unsigned long long>(words_), static_cast<unsigned long long>(differences_));
     std::fflush(stdout);
-    return differences_ == 0;
+    return differences_;
   }
 
  private:
@@ -129,14 +131,21 @@ int main(int argc, char** argv) {
     slice = sliceOfWords();
     formats.erase(formats.begin());
   }
-  bool isEqual = true;
+  std::uint64_t words = 0;
+  std::uint64_t differences = 0;
   for (const char* format : formats) {
     if (zarn::print::ValueWriter(format, false).mostCharacters() > 5000) {
       std::fprintf(stderr, "%s: texts are too long\n", format);
       return 2;
     }
-    isEqual &= Sweep(format, true, slice).run();
-    if (suitsIntegers(format)) isEqual &= Sweep(format, false, slice).run();
+    for (const bool isFloat : {true, false}) {
+      if (!isFloat && !suitsIntegers(format)) continue;
+      Sweep sweep(format, isFloat, slice);
+      differences += sweep.run();
+      words += sweep.words();
+    }
   }
-  return isEqual ? 0 : 1;
+  std::printf("%llu words, %llu differences\n", static_cast<unsigned long long>(words),
+              static_cast<unsigned long long>(differences));
+  return differences == 0 ? 0 : 1;
 }
