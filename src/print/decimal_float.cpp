@@ -103,14 +103,13 @@ DecimalFloat roundToDigits(std::uint32_t bits, int digits) {
   const int power = digits - 1 - exponent;
   const auto& [high, low] = kPowersOfTen[static_cast<std::size_t>(power - kMinPower)];
 
-  // The 192 bits of significand * power of ten, of which the lowest 64 make no difference: wherever the middle ones are
-  // all 0, the lowest are too, or no more than what the power was rounded up by. This was checked for all floats and
-  // all numbers of digits.
+  // The upper 64 of the 192 bits of significand * power of ten. The others are never needed: where these end in exactly
+  // one half, there is nothing after it but what the power was rounded up by. This was checked for each float and each
+  // number of digits.
   const Uint128 upper = Uint128{significand} * high + (Uint128{significand} * low >> 64);
   const auto top = static_cast<std::uint64_t>(upper >> 64);
-  const bool isInexact = static_cast<std::uint64_t>(upper) != 0;
 
-  // Of the top ones the first are an integer of so many digits, or one more.
+  // They begin with an integer of so many digits, or one more.
   const int fractionBits = 62 - binaryExponent - floorLog2OfPowerOfTen(power);
   std::uint64_t number = top >> fractionBits;
   const std::uint64_t rest = top << (64 - fractionBits);
@@ -118,12 +117,12 @@ DecimalFloat roundToDigits(std::uint32_t bits, int digits) {
   bool isUp;
   if (number < 10 * one) {
     constexpr std::uint64_t kHalf = std::uint64_t{1} << 63;
-    isUp = rest > kHalf || (rest == kHalf && (isInexact || (number & 1) != 0));
+    isUp = rest > kHalf || (rest == kHalf && (number & 1) != 0);
   } else {
     const std::uint64_t last = number % 10;
     number /= 10;
     ++exponent;
-    isUp = last > 5 || (last == 5 && (rest != 0 || isInexact || (number & 1) != 0));
+    isUp = last > 5 || (last == 5 && (rest != 0 || (number & 1) != 0));
   }
   number += isUp ? 1 : 0;
   if (number == 10 * one) {

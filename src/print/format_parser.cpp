@@ -54,7 +54,7 @@ void settleFloat(Conversion& to, char type) {
   // again with more memory. "0x1." and an exponent like "p-149" have to fit as well.
   constexpr int kMaxHexFloatPrecision = INT_MAX - 9;
   if ((type == 'a' || type == 'A') && to.precision > kMaxHexFloatPrecision) return;
-  const bool suits = type != '\0' && std::string_view("eEfFgGaA").find(type) != std::string_view::npos;
+  const bool suits = std::string_view("eEfFgGaA").find(type) != std::string_view::npos;
   to.kind = Conversion::Kind::kByFmt;
   to.type = suits ? type : 'g';
   if (to.isLeft) to.isZeroPadded = false;
@@ -115,7 +115,7 @@ char FormatParser::peek() const {
 }
 
 bool FormatParser::skip(char c) {
-  if (at_ == format_.size() || peek() != c) return false;
+  if (peek() != c) return false;
   ++at_;
   return true;
 }
