@@ -217,21 +217,26 @@ TEST(PrintText, EqualsFmtForAnyValue) {
   for (int i = 0; i < 20000; ++i) {
     word = word * 1664525 + 1013904223;
     zarn::inputs::put(buffers[0], 44, word >> i % 32, 4);
-    ASSERT_EQ(difference(buffers[0], "%1$d %1$u %1$x %1$#010X %1$-12.9o %1$+hd %1$hhu %1$b"), "") << (word >> i % 32);
+    ASSERT_EQ(difference(buffers[0], "%1$d %1$u %1$x %1$#010X %1$-12.9o %1$+hd %1$hhu %1$b %1$08x %1$.3X %1$09x"), "")
+        << (word >> i % 32);
     zarn::inputs::put(buffers[1], 44, word, 4);
     const char digits = static_cast<char>('0' + i % 10);
-    ASSERT_EQ(difference(buffers[1], std::string("%1$f %1$.") + digits + "f %1$+015.4F"), "") << word;
+    ASSERT_EQ(difference(buffers[1], std::string("%1$f %1$.") + digits + "f %1$+015.4F %1$." + digits +
+                                         "e %1$-15G %1$." + digits + 'g'),
+              "")
+        << word;
   }
   // Halves go to the even digit; and a carry makes the number longer.
   std::vector<float> values = {0.5F, 1.5F, 2.5F, 9.5F, 99.5F, 0.25F, 0.75F, 0.0625F, 9.96875F, 0.99999994F, 16777215.F};
-  float power = 1;
-  for (int zeros = 0; zeros < 21; ++zeros) {
-    values.insert(values.end(), {power, std::nextafter(power, 0.F), -std::nextafter(power, 1e30F)});
-    power *= 10;
+  for (int exponent = -45; exponent <= 38; ++exponent) {
+    const auto power = static_cast<float>(std::pow(10.0, exponent));
+    values.insert(values.end(), {power, std::nextafter(power, 0.F), -std::nextafter(power, HUGE_VALF)});
   }
   for (const float value : values) {
     zarn::inputs::put(buffers[1], 44, std::bit_cast<std::uint32_t>(value), 4);
-    ASSERT_EQ(difference(buffers[1], "%1$.0f %1$.1f %1$.2f %1$.3f %1$.7f %1$30f"), "") << value;
+    ASSERT_EQ(difference(buffers[1], "%1$.0f %1$.1f %1$.2f %1$.3f %1$.7f %1$30f %1$g %1$.1e %1$.2g %1$.9G %1$012.8e"),
+              "")
+        << value;
   }
 }
 
@@ -241,6 +246,8 @@ TEST(PrintText, FormatsMayBeVeryLong) {
   auto print = printBuffer(kSingleWord);
   print.data[0] = 0xFFFFFFFF;
   EXPECT_EQ(difference(print.bytes(), format), "");
+  print.headerWord = 6;  // many lines, which have room once the first has taken memory for all
+  EXPECT_EQ(difference(print.bytes(), format.substr(0, 13000)), "");
 }
 
 TEST(PrintText, MalformedConversionsGiveWhatTheyShould) {
