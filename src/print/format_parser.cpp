@@ -21,7 +21,7 @@ bool isPlain(const Conversion& conversion) {
   if (conversion.isAlternate || conversion.sign != '\0' || conversion.cutBits != 0) return false;
   if (conversion.isWidthValue || conversion.isPrecisionValue) return false;
   if (conversion.type == 'd' || conversion.type == 'u') return conversion.width == 0 && conversion.precision == 0;
-  if (conversion.type != 'x' && conversion.type != 'X') return false;
+  if (conversion.type != 'x') return false;
   constexpr int kMaxHexDigits = 8;
   return conversion.isZeroPadded ? conversion.width <= kMaxHexDigits
                                  : conversion.width == 0 && conversion.precision <= kMaxHexDigits;

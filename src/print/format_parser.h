@@ -14,7 +14,7 @@ namespace zarn::print {
 struct Conversion {
   enum class Kind : std::uint8_t {
     kNone,      // no text
-    kPlain,     // d or u of an integer and nothing else; x or X with nothing but zeros, up to eight digits in all
+    kPlain,     // d or u of an integer and nothing else; x with nothing but zeros, up to eight digits in all
     kInteger,   // any other conversion of an integer
     kFixed,     // f or F of a float with at most nine digits after the point
     kExponent,  // e or E of a float with at most nine digits in all

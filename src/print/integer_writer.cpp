@@ -46,7 +46,7 @@ char* writeInteger(char* at, const Conversion& conversion, std::uint32_t word) {
       prefix.add(conversion.type);
     }
     const unsigned digits = countHexDigits(number);
-    const char ten = firstLetter(conversion.type);
+    const char ten = conversion.type == 'x' ? 'a' : 'A';
     return writeField(at, conversion, width, precision, prefix, digits,
                       [=](char* place) { return writeHex(place, number, digits, ten); });
   }
