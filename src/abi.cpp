@@ -1,5 +1,5 @@
-// The exported interface, held in place: a change of a prototype, or of the place or type of a record's field, would
-// break programs that were built before it, and does not compile. src/exports.map has the names.
+// Holds the exported interface fixed: a change of a prototype, or of the place or type of a record's field, would break
+// programs that were built before it, and does not compile. src/exports.map has the names.
 //
 // The tables are counted, so that none of their rows can be lost unnoticed.
 
@@ -12,7 +12,7 @@
 
 namespace {
 
-// True, or an error in the row that it stands for.
+// True, or an error in its row.
 template <bool isSame>
 constexpr bool kHeld = [] {
   static_assert(isSame);

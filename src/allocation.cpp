@@ -1,9 +1,9 @@
 // Ends the process when the program's operator new throws, or when the C++ run-time library is asked to.
 //
-// The library has unwind tables, without which a crash report or a profile would lose whoever called it. But it is
-// built without exceptions, so one that passed through it would leak what the library holds. The linker's option --wrap
-// leads the calls named here to this file, where noexcept takes effect: whatever flags a parent project has, this file
-// alone has exceptions switched on.
+// The library has unwind tables, without which crash reports and profiles would lose its callers. But it is built
+// without exceptions, so one that passed through it would leak what the library holds. The linker's option --wrap
+// redirects the calls named here to this file, where noexcept takes effect: it is the only one compiled with
+// exceptions, whatever flags a parent project has.
 
 #include <cstddef>
 #include <exception>
@@ -22,8 +22,8 @@ void* __real__Znam(std::size_t size);
 void* __wrap__Znwm(std::size_t size) noexcept { return __real__Znwm(size); }
 void* __wrap__Znam(std::size_t size) noexcept { return __real__Znam(size); }
 
-// What libstdc++ throws by, without the arguments; libc++ ends the process by itself. As none of these is imported, the
-// library also runs with a libstdc++ that is older than they are.
+// The functions by which libstdc++ throws, without their arguments; libc++ ends the process by itself. As none of these
+// is imported, the library also runs with a libstdc++ that is older than they are.
 [[noreturn]] void __wrap__ZSt17__throw_bad_allocv() noexcept { std::terminate(); }
 [[noreturn]] void __wrap__ZSt28__throw_bad_array_new_lengthv() noexcept { std::terminate(); }
 [[noreturn]] void __wrap__ZSt20__throw_length_errorPKc() noexcept { std::terminate(); }

@@ -24,7 +24,7 @@ inline constexpr auto kDigitPairs = [] {
   return pairs;
 }();
 
-// By the bit width of a number: what to add for the upper half of the sum to be its count of digits. Numbers of one
+// By the bit width of a number: what to add so that the upper half of the sum is its count of digits. Numbers of one
 // width differ in that count by one at most; from 10^count on, the sum carries into the upper half.
 inline constexpr auto kDigitCountAddends = [] {
   std::array<std::uint64_t, 33> addends{};
@@ -62,9 +62,9 @@ inline char* writeOneOrTwoDigits(char* at, std::uint64_t number) {
   return at + 2;
 }
 
-// Writes a number of at most two digits more than `pairs` pairs, from its front. Divided by 100^pairs, its first one or
-// two digits are the integer part, and each multiplication by 100 makes the next pair the integer part. The fraction
-// has as many bits as leave room for that.
+// Writes a number of one or two digits and `pairs` pairs, from its front. Divided by 100^pairs, its first one or two
+// digits are the integer part, and each multiplication by 100 makes the next pair the integer part. The fraction has as
+// many bits as leave room for that.
 template <unsigned pairs>
 char* writePairs(char* at, std::uint32_t number) {
   constexpr unsigned kFractionBits = 57;
@@ -90,8 +90,8 @@ char* writePairs(char* at, std::uint32_t number) {
 
 }  // namespace detail
 
-// Writes a number at `at`, and returns its end. From the last pair to the first, where each waits for a division and
-// all of them for the count of digits, a line of two numbers took 1.5 to 2.4 times as long.
+// Writes a number at `at`, and returns its end. Written from the last pair to the first, where each waits for a
+// division and all of them for the count of digits, a line of two numbers took 1.5 to 2.4 times as long.
 inline char* writeDecimal(char* at, std::uint32_t number) {
   if (number < 100) return detail::writePairs<0>(at, number);
   if (number < 10000) return detail::writePairs<1>(at, number);

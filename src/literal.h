@@ -1,4 +1,4 @@
-// Literals, copied with a length that is known where they stand.
+// Literals, copied with a length that is known at compile time.
 #pragma once
 
 #include <cstddef>

@@ -6,16 +6,16 @@
 
 namespace zarn {
 
-// A value that was read from memory which may change at any time, since a device may still write there. Compilers know
-// nothing of that, and could read it a second time instead of keeping it; after this they can't. So what has been
-// checked is what is used.
+// A value read from memory that a device may still write to. A compiler, which can't know that, could read it a second
+// time instead of keeping it; after this it can't. So what has been checked is what is used.
 template <std::unsigned_integral Value>
 Value fetched(Value value) {
   asm volatile("" : "+r"(value));
   return value;
 }
 
-// Read without that promise, for words that nothing depends on: in runs of records these are faster by a fifth.
+// Read without that promise, for words that decide nothing about memory: in runs of records these are faster by a
+// fifth.
 constexpr std::uint16_t rawU16(const std::uint8_t* bytes) {
   return static_cast<std::uint16_t>(bytes[0] | bytes[1] << 8);
 }

@@ -1,17 +1,4 @@
-// Instructions are made of 16-bit little-endian parcels. The head parcel H gives the length:
-//
-//   H & 3 != 3                       short, 2 bytes
-//   H & 3 == 3, H & 0x7F == 0x1F     bundle, 6 bytes
-//                           0x3B     bundle, 4 bytes
-//                           0x3F     bundle, 8 bytes
-//                           0x7F     bundle, 10 bytes and twice the number in bits 12-14
-//                           others   word, 4 bytes
-//
-// After its head, a bundle has three slots of as many parcels as H counts (bits 7-8; bits 9-10; bits 15 and 11) and a
-// final slot of what is left. It is an eDMA instruction when it has two parcels and the bits of kEdmaPattern.
-//
-// Deliberate (design.md, "Final slots only"): the pattern in a plain word or in a counted slot is none, and a bundle of
-// 4 bytes has no room for it.
+// docs/formats.md has the encoding of instructions. H is the head parcel, the first 16 bits of one.
 
 #include "edma_scan.h"
 
@@ -38,7 +25,7 @@ struct Length {
   std::uint8_t extension;  // the bits of (H >> 11) that are added to it
 };
 
-// By the low byte of H. Streams mix lengths in an order that no processor predicts, so these are looked up.
+// By the low byte of H. Streams mix lengths in an order that no processor predicts, so lengths are looked up.
 constexpr auto kLengths = [] {
   std::array<Length, 256> lengths{};
   for (std::size_t byte = 0; byte < lengths.size(); ++byte) {
@@ -52,8 +39,10 @@ constexpr auto kLengths = [] {
   return lengths;
 }();
 
-// Whether the final slot of an instruction of `length` bytes is an eDMA instruction. What is no bundle is too short to
-// have two parcels left.
+// Whether the final slot of an instruction of `length` bytes is an eDMA instruction. Shorts, words and bundles of 4
+// bytes leave no two parcels for a final slot, whatever their heads seem to count.
+//
+// Deliberate (design.md, "Final slots only"): the pattern in a word or in a counted slot is none.
 bool isEdma(const std::uint8_t* instruction, std::uint32_t head, std::uint32_t length) {
   const std::uint32_t counted = (head >> 7 & 3) + (head >> 9 & 3) + (head >> 14 & 2) + (head >> 11 & 1);
   const std::uint32_t at = 2 + 2 * counted;
@@ -63,8 +52,8 @@ bool isEdma(const std::uint8_t* instruction, std::uint32_t head, std::uint32_t l
 
 constexpr std::uint32_t kLongRun = 16;
 
-// Goes over plain words, or over shorts that do not begin like the marker, for as long as there is nothing else, and
-// not far beyond `limit`. In a long run of these the processor does predict what comes, which beats the table.
+// Steps over words, or over shorts that do not begin like the marker, up to the first other instruction, and not far
+// beyond `limit`. In a long run of these the processor does predict what comes, which beats the table.
 const std::uint8_t* skipRun(const std::uint8_t* at, const std::uint8_t* limit, std::uint32_t length) {
   if (length == 4) {
     while (at < limit && (*at & 3) == 3 && (*at & 0x1F) != 0x1F) at += 4;
@@ -74,14 +63,14 @@ const std::uint8_t* skipRun(const std::uint8_t* at, const std::uint8_t* limit, s
   return at;
 }
 
-// Where a scan came to, and why it went no further.
+// Where a scan ended, and why.
 enum class Outcome { kEnd, kFound, kStopped };
 struct Result {
   Outcome outcome;
   const std::uint8_t* at;
 };
 
-// Scans up to `end`, or for as long as the longest instruction can be read before `readable`.
+// Scans up to `end`, or to where the longest instruction no longer fits before `readable`.
 Result scan(const std::uint8_t* at, const std::uint8_t* end, const std::uint8_t* readable) {
   std::uint32_t runLength = 0;
   std::uint32_t run = 0;  // instructions of that length
@@ -113,7 +102,7 @@ std::optional<std::int64_t> findEdma(const void* bytes, std::int64_t length) {
   Result result = scan(begin, end, end);
   std::int64_t offset = result.at - begin;
   if (result.outcome == Outcome::kEnd && result.at < end) {
-    // The last instructions, of which the very last may be cut off: what is missing reads as zero.
+    // The last instructions. The very last may be cut off; the missing bytes read as zero.
     std::uint8_t tail[2 * kLongestInstruction] = {};
     result = scan(tail, std::copy(result.at, end, tail), std::end(tail));
     offset += result.at - tail;

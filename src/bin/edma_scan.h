@@ -6,7 +6,7 @@
 
 namespace zarn::bin {
 
-// The offset of the first instruction that is one, or nothing. There may be no bytes where `length` is below 1.
+// The offset of the first eDMA instruction, if there is one. `bytes` may be null if `length` is below 1.
 std::optional<std::int64_t> findEdma(const void* bytes, std::int64_t length);
 
 }  // namespace zarn::bin

@@ -20,11 +20,11 @@ constexpr std::uint32_t kTagBeforeEnd = 2;
 constexpr std::uint32_t kStartOffsetBeforeEnd = 4;
 
 // Deliberate (design.md, "16-bit positions"): an entry's newest tag, its start offset and its PC are read at positions
-// cut to 16 bits once they are reduced to the ring, as the device has them. In rings of more than 65,536 bytes that
-// makes them other positions. Those of the backward walk, of the gathered PCs and of the descriptor are not cut.
+// that are cut to 16 bits after their reduction. Those of the backward walk, of the gathered PCs and of the descriptor
+// are not.
 std::uint16_t low16Bits(std::uint32_t position) { return static_cast<std::uint16_t>(position); }
 
-// The type of an entry whose newest record has that tag; nothing for what is no tag.
+// The type of an entry whose newest record has that tag; nothing for an unknown tag.
 std::optional<EntryType> typeOf(Tag tag) {
   switch (tag) {
     case Tag::kEdma:
@@ -51,8 +51,8 @@ std::uint32_t bytesPerUnit(EntryType type) {
   return 64;
 }
 
-// Counts the ring-buffer records among `most` that lie one after the other in one piece, backwards from the one whose
-// tag lies at `position` up to the first of another kind, and says how many they were.
+// Counts ring-buffer records by kind, backwards from the one whose tag lies at `position`, up to the first other
+// record. Goes over at most `most` records, which lie in one piece, and returns how many it has counted.
 std::uint32_t countBack(const Log& log, std::uint32_t position, std::uint32_t most, Entry& entry) {
   const std::uint8_t* const ring = log.at(0);
   std::uint32_t left = most;
@@ -68,8 +68,8 @@ std::uint32_t countBack(const Log& log, std::uint32_t position, std::uint32_t mo
   return most - left;
 }
 
-// Counts the entry's ring-buffer records from the newest backwards, up to the first record of another kind or until the
-// whole ring has been stepped over, and finds the oldest of them.
+// Counts the entry's ring-buffer records from the newest backwards, up to the first other record or until the whole
+// ring has been stepped over, and finds the oldest of them.
 void walkBack(const Log& log, std::uint16_t writeOffset, Entry& entry) {
   std::uint32_t position = writeOffset;
   std::uint32_t left = log.ringSize() / kRecordSize + (log.ringSize() % kRecordSize != 0);
@@ -93,14 +93,14 @@ std::uint16_t startPosition(const Log& log, std::uint16_t writeOffset) {
   return low16Bits(log.ring(writeOffset - kStartOffsetBeforeEnd));
 }
 
-// The start offset of the newest record, read at the two bytes before its tag. These are plain buffer offsets, in 32
-// bits: for a tag at 0 or 1 they lie just below 4 GiB. Where the buffer does not reach that far, each byte is looked up
-// in the ring like any other position.
+// The start offset of the newest record, the two bytes before its tag. Their buffer offsets have 32 bits: for a tag at
+// 0 or 1 they lie just below 4 GiB. A byte that lies outside the buffer is looked up in the ring like any other
+// position.
 std::uint16_t anchorBefore(const Log& log, std::uint16_t tagPosition) {
   return static_cast<std::uint16_t>(log.byteAt(tagPosition - 2U) | log.byteAt(tagPosition - 1U) << 8);
 }
 
-// The bytes of a descriptor of `units`, or nothing where the log is too small for the size it would be cut to.
+// The size of a descriptor in bytes, or nothing where the log is too small to cut it.
 std::optional<std::uint32_t> descriptorSize(const Log& log, EntryType type, std::uint16_t units) {
   const std::uint32_t raw = units * bytesPerUnit(type);
   // Deliberate (design.md, "76 and 128"): the test and the cut differ. For logs below 76 bytes the test wraps, too, and
@@ -124,8 +124,8 @@ Stop locate(const Log& log, std::uint16_t writeOffset, Entry& entry) {
   std::uint16_t anchor = writeOffset;
   if (rbKind(tag) != kRbKinds) {
     walkBack(log, writeOffset, entry);
-    // Deliberate (design.md, "PC before the start"): the PC of such an entry comes from the eight bytes that end at
-    // the entry's own start, where the record before it lies.
+    // Deliberate (design.md, "PC before the start"): it comes from the eight bytes that end at the entry's own start,
+    // where the newest record of the entry before it lies.
     anchor = anchorBefore(log, tagAt);
     if (anchor > log.size()) return Stop::kStartOutside;
   }
@@ -178,7 +178,7 @@ bool isBelowZero(Stop stop, std::uint16_t writeOffset) {
 EntryWalk::EntryWalk(const Log& log)
     : log_(log), limit_(log.ringSize() / kOneUnitEntry), writeOffset_(log.writeOffset()) {}
 
-// In 32 bits, like all sizes of the device. Rings that hold an entry at all leave a limit above 0.
+// In 32 bits. Rings that hold an entry at all leave a limit above 0.
 std::uint32_t EntryWalk::byteLimit() const { return static_cast<std::uint32_t>(log_.size()) - kOneUnitEntry; }
 
 bool EntryWalk::next(Entry& entry) {

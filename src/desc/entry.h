@@ -42,7 +42,7 @@ constexpr std::size_t rbKind(Tag tag) {
   return kRbKinds;
 }
 
-constexpr std::uint32_t kHeaderSize = 4;  // the descriptor begins that many bytes after its header's start
+constexpr std::uint32_t kHeaderSize = 4;  // from its start to the descriptor
 
 struct Entry {
   EntryType type{};
@@ -55,8 +55,8 @@ struct Entry {
   std::uint32_t rbTotal() const { return std::accumulate(rbCounts.begin(), rbCounts.end(), std::uint32_t{0}); }
 };
 
-// Entries are filled in where the caller wants them: an array report of small entries took 8 to 12 % longer with those
-// that were moved there.
+// Entries are filled in where the caller wants them: moving them there made an array report of small entries 8 to 12 %
+// slower.
 
 // Fills in the newest entry of the log. False: there is none that can be decoded, or the log is not readable.
 bool locateNewest(const Log& log, Entry& entry);
@@ -68,12 +68,13 @@ enum class Stop {
   kNoTag,
   kStartOutside,  // the start offset lies outside the log
   kNoHeader,
-  kTooSmallToCut,  // the descriptor, as long as its header says it is
+  kTooSmallToCut,  // the log, for its descriptor
   kEntryLimit,
   kByteLimit,
 };
 
-// Why no entry of a readable log has its newest record before `writeOffset`, and the two fields of that record.
+// Why there is no entry of a readable log that ends at `writeOffset`, and two fields of what would be its newest
+// record.
 Stop whyNoEntry(const Log& log, std::uint16_t writeOffset);
 std::uint16_t newestTag(const Log& log, std::uint16_t writeOffset);
 std::uint16_t newestStart(const Log& log, std::uint16_t writeOffset);
@@ -89,14 +90,14 @@ class EntryWalk {
   // The smallest log that a walk has an entry in.
   static constexpr std::uint64_t kMinLogSize = 140;
 
-  // The most entries that a walk can have, and the bytes of which it has no further entry.
+  // The most entries that a walk can have, and the bytes of entries after which it ends.
   std::uint32_t limit() const { return limit_; }
   std::uint32_t byteLimit() const;
 
   // Fills in the next entry. False: the walk has ended.
   bool next(Entry& entry);
 
-  // Where the next entry ends, and why there is none.
+  // Where the next entry would end, and why there is none.
   std::uint16_t writeOffset() const { return writeOffset_; }
   Stop stop() const;
 

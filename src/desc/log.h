@@ -1,7 +1,5 @@
-// The bytes of a descriptor log: a ring of records and descriptors, then a 64-byte trailer. docs/formats.md
-// has the layout.
-//
-// A device may still write to the ring, so no byte of it can be counted on to be the same when it is read again.
+// The bytes of a descriptor log; docs/formats.md has the layout. A device may still write to it, so no byte of the ring
+// can be relied on to be the same when it is read again.
 #pragma once
 
 #include <algorithm>
@@ -17,10 +15,10 @@ namespace zarn::desc {
 constexpr std::uint32_t kRecordSize = 8;
 constexpr std::uint32_t kTagInRecord = 6;  // the PC lies at 0
 
-// How many of `most` records, whose tags lie `step` bytes apart, have the tag of the first without a break. Records of
-// one kind mostly come in runs, and a circle of entries can lead over the same ones many times. With one record at a
-// step, the array decode of a ring full of end records took 1.8 times as long; without the look at the second one
-// first, array reports of such rings up to 12 % longer (GCC 12, x86).
+// How many of `most` records have the same tag as the first, without a break; their tags lie `step` bytes apart.
+// Records of one kind mostly come in runs, and a circle of entries can lead over the same ones many times. With one
+// record at a step, the array decode of a ring full of end records took 1.8 times as long; without the look at the
+// second one first, array reports of such rings up to 12 % longer (GCC 12, x86).
 inline std::uint32_t runLength(std::uint16_t tag, const std::uint8_t* first, std::ptrdiff_t step, std::uint32_t most) {
   const auto continues = [=](std::ptrdiff_t i) { return rawU16(first + step * i) == tag; };
   if (most == 1 || !continues(1)) return 1;
@@ -53,7 +51,7 @@ class Log {
 
   std::uint64_t size() const { return size_; }
 
-  // 32 bits, as the device counts; 0 for some sizes above 4 GiB, and such a ring has no positions to read at.
+  // In 32 bits; 0 for some sizes above 4 GiB, and such a ring has no positions to read at.
   std::uint32_t ringSize() const { return ringSize_; }
 
   // The trailer's fields as they were when this object was made, so that they are the same for all entries.
@@ -64,7 +62,7 @@ class Log {
   void setWriteOffset(std::uint16_t writeOffset) { writeOffset_ = writeOffset; }
 
   // Deliberate (design.md, "Positions below zero"): such a position has wrapped modulo 2^32 by the time it is reduced
-  // here, as on the device. In a ring whose length does not divide 2^32, -2 is therefore not the last position but one.
+  // here. In a ring whose length is not a power of two, -2 is therefore not the last position but one.
   std::uint32_t ring(std::uint32_t position) const { return position < ringSize_ ? position : position % ringSize_; }
   bool wrapsToEnd() const { return (std::uint64_t{1} << 32) % ringSize_ == 0; }
 
@@ -92,8 +90,8 @@ class Log {
     return static_cast<std::uint32_t>(std::min<std::uint64_t>(ringSize_ - ring(position), kPositions - position));
   }
 
-  // Goes through `count` records one after the other from ring(position) on: calls visit(records, n) for every n of
-  // them that lie in one piece.
+  // Goes through `count` consecutive records from ring(position) on: calls visit(records, n) for every n of them that
+  // lie in one piece.
   template <typename Visit>
   void visitRecords(std::uint32_t position, std::uint32_t count, Visit visit) const {
     while (count > 0) {

@@ -41,8 +41,8 @@ void setFields(const Log& log, const Entry& entry, DescBufInfo& record) {
 }
 
 // From the oldest record to the newest. A kind can be met more or less often than it was counted: where the backward
-// walk crossed the start of a ring whose length does not divide 2^32, and where the log changes meanwhile. PCs that
-// there is no room for are dropped, and slots that no PC reaches become 0.
+// walk crossed position 0 of a ring whose length is not a power of two, and where the log changes meanwhile. PCs
+// without room are dropped, and slots without a PC become 0.
 void gatherPcs(const Log& log, const Entry& entry, DescBufInfo& record) {
   PcList lists[kRbKinds + 1];
   lists[rbKind(Tag::kRbNextPtr)] = {record.rbNextPtrPcs, record.rbNextPtrCount};

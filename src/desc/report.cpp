@@ -35,22 +35,22 @@ Place putLine(Place at, const char (&label)[n], std::uint32_t number) {
   return put(put(put(at, label), number), "\n");
 }
 
-// What the lines with the PCs of one kind of record begin with. All labels are copied with the same length; what a
-// shorter one has too much is overwritten by the rest of its line.
+// The label of lines with PCs. All labels are copied with the same length; the surplus of a shorter one is overwritten
+// by the rest of its line.
 struct PcLabel {
   template <std::size_t n>
   constexpr PcLabel(const char (&text)[n]) : size(n - 1) {
     static_assert(sizeof text - 1 <= sizeof characters && sizeof characters <= sizeof text - 1 + sizeof "0] : 0\n" - 1);
     std::copy_n(text, n - 1, characters);
   }
-  // Of the characters of a line that are not digits of its two numbers.
+  // The characters of a line without the digits of its two numbers.
   constexpr std::size_t fixedSize() const { return size + sizeof "] : \n" - 1; }
 
   char characters[20] = {};
   std::size_t size;
 };
 
-// Deliberate (design.md, "Signed counts"): one of 2^31 and more stands for none.
+// Deliberate (design.md, "Signed counts"): a count of 2^31 or more stands for none.
 std::uint32_t signedCount(std::uint32_t count) { return count > INT32_MAX ? 0 : count; }
 
 template <typename Place>
@@ -109,7 +109,7 @@ std::size_t putPcs(std::size_t at, const PcLabel& label, const std::uint32_t* pc
 char* putPcs(char* at, const PcLabel& label, const std::uint32_t* pcs, std::uint32_t count, std::size_t& pcRoom) {
   constexpr std::size_t kLongestLine = sizeof label.characters + sizeof "4294967295] : 4294967295\n" - 1;
   for (std::uint32_t i = 0; i < count;) {
-    // Those that fit in any case, without a look at each; near the end, one that fits.
+    // Lines that fit whatever their lengths, without looking at each; near the end, single lines that fit.
     auto fitting = static_cast<std::uint32_t>(std::min<std::size_t>(count - i, pcRoom / kLongestLine));
     if (fitting == 0 && label.fixedSize() + decimalDigits(i) + decimalDigits(pcs[i]) <= pcRoom) fitting = 1;
     if (fitting == 0) break;
@@ -124,7 +124,7 @@ char* putPcs(char* at, const PcLabel& label, const std::uint32_t* pcs, std::uint
   return at;
 }
 
-// "no" is only said of a RingBufferATE entry, "yes" and the PCs of any.
+// "no" is written only for a RingBufferATE entry, "yes" and the PCs for any.
 template <typename Place, std::size_t n>
 Place putRbSection(Place at, const char (&name)[n], bool has, bool saysNo, const PcLabel& label,
                    const std::uint32_t* pcs, std::uint32_t count, std::size_t& pcRoom) {
@@ -145,7 +145,7 @@ Place putEntry(Place at, const DescBufInfo& record, bool inArray, std::size_t& p
   static constexpr PcLabel kEnd = "qel_rb_end PC[";
   static constexpr PcLabel kRelease = "qel_rb_release PC[";
   const bool isRb = record.isRingBufferAte == 1;
-  // Deliberate (design.md, "Unlike labels"): the two reports word this label and that of the next pointers unlike.
+  // Deliberate (design.md, "Unlike labels"): this label and that of the next pointers differ between the reports.
   at = inArray ? putLine(at, "PC: ", record.pc) : putLine(at, "PC : ", record.pc);
   if (record.isEdma == 1) at = put(at, "Type: eDMA\n");
   if (record.isGlsu == 1) at = put(at, "Type: GLSU\n");
@@ -161,8 +161,8 @@ Place putEntry(Place at, const DescBufInfo& record, bool inArray, std::size_t& p
 
 bool isReported(const DescBufInfo* record) { return record != nullptr && record->valid == 1; }
 
-// Counts what `render` puts at a place, and has it put into memory of exactly that size. What is left of it, where the
-// log has changed in between, becomes empty lines.
+// Counts what `render` puts, and has it put into memory of exactly that size. If the log has changed in between, the
+// rest of that becomes empty lines.
 template <typename Render>
 char* makeText(Render render) {
   std::size_t pcRoom = 0;
@@ -174,7 +174,7 @@ char* makeText(Render render) {
   return text;
 }
 
-// Memory for as many elements as the largest of its uses needs.
+// Memory for as many elements as the largest use needs.
 template <typename Element>
 class Scratch {
  public:
@@ -196,7 +196,7 @@ class RecordBuffer {
  public:
   explicit RecordBuffer(const Log& log) : log_(log) {}
 
-  // The bytes of the descriptor are there only if they are asked for; counting a text takes no look at them.
+  // The descriptor is filled in only if it is asked for: counting a text doesn't read it.
   const DescBufInfo* fill(const Entry& entry, bool withDescriptor) {
     setFields(log_, entry, record_);
     record_.rbNextPtrPcs = pcs_.get(entry.rbTotal());
@@ -208,10 +208,10 @@ class RecordBuffer {
   }
 
  private:
-  // Mostly in the log itself.
+  // In the log itself, unless the descriptor wraps.
   std::uint8_t* descriptor(const Entry& entry) {
     const std::uint32_t start = entry.start + kHeaderSize;
-    // Nobody writes there. The field is not const because the records that callers get own their bytes.
+    // Nobody writes there. The field is not const because callers' records own their bytes.
     if (log_.pieceSize(start) >= entry.descSize) return const_cast<std::uint8_t*>(log_.at(start));
     std::uint8_t* const copy = wrapped_.get(entry.descSize);
     log_.copy(start, entry.descSize, copy);

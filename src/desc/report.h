@@ -1,12 +1,11 @@
 // Decoded records as text.
 //
-// Each function takes the place where its text goes and returns the place after it. A place is either a pointer, and
-// the text is written there, or a number, and the text is only counted: the same code does both, so that a text can
-// have memory of exactly its size before it is written.
+// Each function takes the place where its text goes and returns the place after it. If a place is a pointer, the text
+// is written there; if it is a number, the text is only counted. So a text gets memory of exactly its size.
 //
-// PCs are read from the log once for the count and once more for the text, and may have changed in between. So their
-// lines keep to the room that was counted for them: counting adds it up in `pcRoom`, and writing takes from it what it
-// uses and leaves out lines that would not fit. All else of a text is the same both times.
+// PCs are read from the log once to count and again to write, and may have changed in between. So their lines keep to
+// the room that was counted for them: counting adds it up in `pcRoom`, and writing uses it up and leaves out lines that
+// would not fit. The rest of a text is the same both times.
 #pragma once
 
 #include <cstddef>

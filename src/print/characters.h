@@ -1,5 +1,5 @@
-// Characters written by stores of a fixed size, several at once. What they write too much is overwritten later, or lies
-// in room that the caller has made.
+// Characters written by stores of a fixed size, several at once. Their surplus is overwritten later, or lies in room
+// that the caller has made.
 #pragma once
 
 #include <bit>
@@ -43,11 +43,11 @@ constexpr EightCharacters eightDecimalDigits(std::uint32_t number) {
 }
 static_assert(eightDecimalDigits(12345678) == 0x3132333435363738 && eightDecimalDigits(99999999) == '9' * kEach);
 
-// How many characters pad() may write too much.
+// The most characters that pad() writes beyond `count`.
 inline constexpr std::size_t kPadStep = 16;
 
-// Writes `count` times the same character. Most paddings are shorter than a step. By std::fill_n(), a call of memset(),
-// "%-8u" took 1.1 times as long.
+// Writes the same character `count` times. Most paddings are shorter than a step. With std::fill_n(), a call of
+// memset(), "%-8u" took 1.1 times as long.
 inline char* pad(char* at, char c, std::size_t count) {
   std::memset(at, c, kPadStep);
   if (count > kPadStep) std::memset(at + kPadStep, c, count - kPadStep);

@@ -21,7 +21,7 @@ struct PowerOfTen {
 constexpr int floorLog2OfPowerOfTen(int exponent) { return exponent * 217706 >> 16; }
 constexpr int floorLog10OfPowerOfTwo(int exponent) { return exponent * 78913 >> 18; }
 
-// Binary exponents of floats, and the powers that nine digits of the smallest and one of the largest are found by.
+// The binary exponents of floats, and the powers of ten for one digit of the largest and nine of the smallest.
 constexpr int kMinExponent = -149;
 constexpr int kMaxExponent = 127;
 constexpr int kMinPower = -floorLog10OfPowerOfTwo(kMaxExponent);
@@ -75,7 +75,7 @@ static_assert([] {
   return true;
 }());
 
-// A float from 2^exponent on and below 2^(exponent + 1) has the decimal exponent that is guessed from it, or the next.
+// A float of at least 2^exponent and below 2^(exponent + 1) has the decimal exponent that is guessed here, or the next.
 static_assert([] {
   for (int exponent = kMinExponent; exponent <= kMaxExponent; ++exponent) {
     const int guess = floorLog10OfPowerOfTwo(exponent);
@@ -109,7 +109,7 @@ DecimalFloat roundToDigits(std::uint32_t bits, int digits) {
   const Uint128 upper = Uint128{significand} * high + (Uint128{significand} * low >> 64);
   const auto top = static_cast<std::uint64_t>(upper >> 64);
 
-  // They begin with an integer of so many digits, or one more.
+  // They begin with an integer of `digits` digits, or of one more.
   const int fractionBits = 62 - binaryExponent - floorLog2OfPowerOfTen(power);
   std::uint64_t number = top >> fractionBits;
   const std::uint64_t rest = top << (64 - fractionBits);

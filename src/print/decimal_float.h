@@ -11,8 +11,8 @@ struct DecimalFloat {
   int exponent;
 };
 
-// Rounds the float with these bits, which is finite and not negative, to so many digits, 1 to 9; the others are 0.
-// Rounding is to nearest, and halves go to the even digit.
+// Rounds the float with these bits, which is finite and not negative, to 1 to 9 digits; the others are 0. Rounds to
+// nearest, and halves to even.
 DecimalFloat roundToDigits(std::uint32_t bits, int digits);
 
 }  // namespace zarn::print

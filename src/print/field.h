@@ -1,4 +1,4 @@
-// A number with all that is around it.
+// A number with its prefix and padding.
 #pragma once
 
 #include <cstddef>
@@ -29,7 +29,7 @@ struct Prefix {
 // a point and nine decimals are the most, and padding may be written after their end.
 inline constexpr std::size_t kMaxOfNumber = 50 + kPadStep;
 
-// Writes spaces, prefix, zeros, what `writeDigits` writes (so many characters), spaces. Returns their end.
+// Writes spaces, prefix, zeros, the `digits` characters that `writeDigits` writes, and spaces. Returns their end.
 template <typename WriteDigits>
 [[gnu::always_inline]] inline char* writeField(char* at, const Conversion& conversion, std::size_t width,
                                                std::size_t leastDigits, const Prefix& prefix, std::size_t digits,

@@ -54,7 +54,7 @@ char* writeBelow2To128(char* at, Uint128 number) {
 
 struct FixedFloat {
   std::uint32_t integer;
-  std::uint32_t fraction;  // so many digits as the precision says
+  std::uint32_t fraction;  // as many digits as the precision says
 };
 
 // Of significand / 2^shift, where the significand has at most 24 bits. Rounds to nearest, and halves to even. Nothing
@@ -82,7 +82,7 @@ template <typename WriteDigits>
   return writeField(at, conversion, static_cast<std::size_t>(conversion.width), 0, sign, size, write);
 }
 
-// A point and so many digits, or nothing.
+// A point and `precision` digits, or nothing if that is 0.
 char* writeFraction(char* at, std::uint32_t fraction, int precision) {
   if (precision == 0) return at;
   *at++ = '.';
@@ -114,7 +114,7 @@ char* writeFixed(char* at, const Conversion& conversion, const Prefix& sign, std
   });
 }
 
-// "d.ddde+dd" of so many digits, or "de+dd".
+// "d.ddde+dd" with `count` digits, or "de+dd" with one.
 char* writeScientific(char* at, const Conversion& conversion, const Prefix& sign, const NineDigits& digits,
                       unsigned count, int exponent) {
   const auto size = static_cast<unsigned>(exponent < 0 ? -exponent : exponent);
@@ -140,7 +140,7 @@ char* writeExponent(char* at, const Conversion& conversion, const Prefix& sign, 
   return writeScientific(at, conversion, sign, digits, static_cast<unsigned>(count), number.exponent);
 }
 
-// How many digits are left without the zeros at the end.
+// The number of digits without trailing zeros.
 unsigned countSignificant(const NineDigits& digits) {
   const std::uint64_t others = digits.others - '0' * kEach;
   return others == 0 ? 1 : 9 - static_cast<unsigned>(std::countr_zero(others)) / 8;

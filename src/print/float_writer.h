@@ -1,4 +1,4 @@
-// Floats in the text, as far as they are not left to {fmt}.
+// The floats that {fmt} doesn't write.
 #pragma once
 
 #include <cstdint>

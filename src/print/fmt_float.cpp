@@ -45,8 +45,8 @@ char* writeInAnyLocale(char* at, const Conversion& conversion, float value) {
   return fmt::printf_arg_formatter<char*, char>(at, specs, context)(value);
 }
 
-// How many digits the precision may add. To infinities and NaNs it adds none; and %g leaves out the zeros at the end,
-// unless '#' asks for them, which leaves the digits that a float has.
+// The most digits that the precision can add. To infinities and NaNs it adds none, and %g without '#' drops trailing
+// zeros, so that no more remain than a float has.
 int mostDigits(const Conversion& conversion, bool isFinite) {
   constexpr int kMaxDigitsOfFloat = 112;  // those of the largest number below 2^-126
   if (!isFinite) return 0;

@@ -7,8 +7,8 @@
 
 namespace zarn::print {
 
-// A sign, the 39 digits of the largest float, a point and six digits, or else a prefix or zeros in front and an
-// exponent are less; and {fmt} asks for one more than the width.
+// More than a sign, the 39 digits of the largest float, a point and six digits, or a prefix or leading zeros and an
+// exponent; and {fmt} asks for one more than the width.
 inline constexpr std::size_t kMaxByFmt = 64;
 
 // The room that writeByFmt() needs.

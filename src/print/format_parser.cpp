@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::uint32_t kMaxInt = INT_MAX;
 
-// No index is as large: {fmt} takes those beyond INT_MAX for none.
+// Larger than any index: {fmt} takes those beyond INT_MAX for none.
 constexpr std::uint32_t kNoIndex = UINT32_MAX;
 
 bool isDigit(char c) { return '0' <= c && c <= '9'; }
@@ -47,8 +47,8 @@ void settleInteger(Conversion& to, char type, bool isWide) {
   }
 }
 
-// Deliberate (design.md, "Floats by %g"): so {fmt} writes them where the type does not suit a float or is missing, %d
-// and %s among them. "%L" would have it take the host's locale.
+// Deliberate (design.md, "Floats by %g"): so {fmt} writes floats where the type is missing or does not suit one, such
+// as %d and %s. "%L" would have it take the host's locale.
 void settleFloat(Conversion& to, char type) {
   // snprintf() of a hexadecimal float fails where the text would be longer than INT_MAX, and {fmt} tries again and
   // again with more memory. "0x1." and an exponent like "p-149" have to fit as well.
@@ -60,8 +60,8 @@ void settleFloat(Conversion& to, char type) {
   if (to.isLeft) to.isZeroPadded = false;
   if (to.type == 'a' || to.type == 'A') return;
 
-  // What is left to {fmt}: more digits than nine; '#' where it adds any; "%.0g", of which it makes 00 and the like; and
-  // "%5.0f", of which it miscounts some.
+  // Left to {fmt}: more than nine digits; '#' where it adds any; "%.0g", of which it makes 00 and the like; and
+  // "%5.0f", which it sometimes miscounts.
   const int precision = to.precision == Conversion::kNoPrecision ? 6 : to.precision;
   const bool isGeneral = to.type == 'g' || to.type == 'G';
   const bool isFixed = to.type == 'f' || to.type == 'F';
@@ -122,8 +122,8 @@ bool FormatParser::skip(char c) {
 
 bool FormatParser::isAtDigit() const { return isDigit(peek()); }
 
-// Deliberate (design.md, "Numbers beyond INT_MAX"): {fmt} notices that a number gets too large in front of a digit, and
-// leaves that one and those after it to whatever comes next.
+// Deliberate (design.md, "Numbers beyond INT_MAX"): {fmt} notices only at the next digit that a number gets too large,
+// and leaves that digit and those after it to whatever comes next.
 std::uint32_t FormatParser::parseNumber() {
   std::uint32_t number = 0;
   for (char c = peek(); isDigit(c); c = peek()) {
@@ -152,8 +152,8 @@ void FormatParser::parseConversion(Conversion& to) {
   }
 }
 
-// A number at the start that is neither an index nor zero is the width, and then neither flags nor width are looked
-// for any more.
+// A number at the start that is neither an index nor zero is the width, and then neither flags nor another width are
+// looked for.
 std::uint32_t FormatParser::parseIndexFlagsAndWidth(Conversion& to) {
   std::uint32_t index = kNoIndex;
   if (const char first = peek(); isDigit(first)) {

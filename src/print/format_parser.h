@@ -10,11 +10,11 @@
 
 namespace zarn::print {
 
-// How a value is written. Errors, and what does not suit the kind of value, are dealt with by then.
+// How a value is written, after errors and unsuitable conversions have been dealt with.
 struct Conversion {
   enum class Kind : std::uint8_t {
     kNone,      // no text
-    kPlain,     // d or u of an integer and nothing else; x with nothing but zeros, up to eight digits in all
+    kPlain,     // bare d or u of an integer; x, at most padded with zeros to eight digits
     kInteger,   // any other conversion of an integer
     kFixed,     // f or F of a float with at most nine digits after the point
     kExponent,  // e or E of a float with at most nine digits in all
@@ -54,8 +54,8 @@ struct Piece {
   Conversion conversion;
 };
 
-// Some pieces of a format. One that has more is taken apart again for each value, so that no format takes much memory:
-// a list of all pieces of 16 MiB of "%%" took 600 MiB.
+// Some pieces of a format. A format with more is taken apart again for each value, so that none takes much memory: a
+// list of all pieces of 16 MiB of "%%" took 600 MiB.
 class Pieces {
  public:
   const Piece* begin() const { return pieces_.data(); }
@@ -64,8 +64,8 @@ class Pieces {
   void clear() { size_ = 0; }
   bool isFull() const { return size_ == kMost; }
 
-  // Pieces are filled in where they are: to copy what has just been written member by member takes longer than all the
-  // rest of the parsing.
+  // Pieces are filled in place: copying what has just been written member by member takes longer than all the rest of
+  // the parsing.
   Piece& next() {
     pieces_.resize(size_ + 1);
     return pieces_[size_];
@@ -80,17 +80,11 @@ class Pieces {
   std::size_t size_ = 0;
 };
 
-// Reads a format as {fmt} 7's printf does when it is given one argument.
+// Reads a format as {fmt} 7's printf does when it is given one argument. A malformed conversion gives what {fmt} makes
+// of it.
 //
-// Deliberate (design.md, "Silent conversions"): some conversions give no text, because {fmt} without its error reports
-// would do harm with them. They use up their argument as any other does:
-//
-//   - one that breaks off after a length modifier ("%h", "%5ll"): {fmt} reads on past the end of the format;
-//   - one with argument index 0 ("%0$u"): {fmt} shifts by a negative count;
-//   - one with a width beyond INT_MAX, written out or taken from the value by '*': {fmt} pads to 2 GiB and more;
-//   - "%a" or "%A" of a float with a precision above INT_MAX - 9: {fmt} asks for memory for ever.
-//
-// Any other malformed conversion gives what {fmt} makes of it.
+// Deliberate (design.md, "Silent conversions"): those with which {fmt} would do harm give no text. They use up their
+// argument like any other.
 //
 // The format may change while it is read: each character that decides about anything is fetched once.
 class FormatParser {
@@ -98,15 +92,14 @@ class FormatParser {
   // Pieces refer to the format's characters.
   FormatParser(std::string_view format, bool isFloat) : format_(format), isFloat_(isFloat) {}
 
-  // Replaces what is in the list by the next pieces, as many as there is room for. Returns whether more may follow.
+  // Replaces the list by the next pieces, as many as there is room for. Returns whether more may follow.
   bool parse(Pieces& pieces);
 
  private:
   enum class Length { kInt, kChar, kShort, kWide };
 
-  // Which references get the argument. There is only one, so of the automatic references the first gets it.
-  // Deliberate (design.md, "Index first"): once an index came first, every automatic reference is to argument 1,
-  // because {fmt}'s report about mixing the two is compiled out.
+  // Which references get the argument. There is only one, so the first reference without an index gets it.
+  // Deliberate (design.md, "Index first"): once an index came first, every reference without one is to argument 1.
   class ArgumentIds {
    public:
     bool takeNext();

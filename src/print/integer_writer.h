@@ -15,7 +15,7 @@ inline unsigned countHexDigits(std::uint32_t number) {
   return (static_cast<unsigned>(std::bit_width(number | 1)) + 3) / 4;
 }
 
-// Writes a number without leading zeros. `count` is that of its digits.
+// Writes the last `count` digits of a number, 1 to 8.
 inline char* writeHex(char* at, std::uint32_t number, unsigned count, char ten) {
   putEight(at, hexDigits(number, ten) << (64 - 8 * count));
   return at + count;

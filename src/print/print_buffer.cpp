@@ -50,7 +50,7 @@ Header readHeader(const void* buffer, std::size_t bufferSize, const char* string
   const std::uint32_t headerWord = word(buffer, kHeaderWord);
   const std::uint32_t printKind = headerWord & 0x1F;
   const std::uint32_t dataType = headerWord >> 6 & 0x1F;
-  // Deliberate (design.md, "Header word 0"): 0x20 is kind 0 and data type 0 as 0 is, and accepted.
+  // Deliberate (design.md, "Header word 0"): 0x20 is kind 0 and data type 0 like 0, but accepted.
   if (headerWord == 0) return {nullptr, HeaderFault::kHeaderWord};
   if (printKind > kMaxPrintKind) return {nullptr, HeaderFault::kPrintKind, printKind};
   if (dataType > kMaxDataType) return {nullptr, HeaderFault::kDataType, dataType};

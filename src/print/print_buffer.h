@@ -32,7 +32,7 @@ struct Header {
 
 Header readHeader(const void* buffer, std::size_t bufferSize, const char* stringTable, std::size_t stringTableSize);
 
-// Word `index` of the record's value words or submask words, which are as unaligned as the caller's buffer is.
+// Word `index` of a record's value or submask words, which are as unaligned as the caller's buffer.
 inline std::uint32_t wordAt(const std::uint32_t* words, std::uint32_t index) {
   return loadU32(reinterpret_cast<const std::uint8_t*>(words) + std::size_t{4} * index);
 }

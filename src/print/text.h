@@ -10,7 +10,7 @@
 
 namespace zarn::print {
 
-// Copies what is mostly too short for a call of memcpy() to pay, and returns the end of the copy.
+// Copies text that is mostly too short for a call of memcpy() to pay, and returns the end of the copy.
 inline char* copy(char* at, std::string_view text) {
   const std::size_t size = text.size();
   const char* const from = text.data();
@@ -29,8 +29,8 @@ inline char* copy(char* at, std::string_view text) {
   return at + size;
 }
 
-// Text is appended by writing it after the end and setting the new end. There is some room more than the text may need,
-// so that what writes a little too much, or is mostly shorter than it could be, finds room without taking memory.
+// Text is appended by writing it after the end and setting the new end. There is always some spare room, so that
+// nothing takes memory only because it writes a little surplus, or because it could be a little longer than it is.
 class Text {
  public:
   Text() : end_(buffer_.data()), limit_(end_ + kWithoutHeap) {}
@@ -49,15 +49,15 @@ class Text {
     end_ = copy(end_, text);
   }
 
-  // Appends what `write` writes at the place that it is given; it returns the end of that, and needs room for `most`
-  // characters. No memory is taken for texts that have no need of it, where `most` is no more than kSpare too many.
+  // Appends what `write` writes at the place that it is given, up to the end that it returns; it needs room for `most`
+  // characters. A text that fits takes no memory if `most` exceeds its size by at most kSpare.
   template <typename Write>
   void append(std::size_t most, Write write) {
     if (room() < most) enlarge(most);
     setEnd(write(end_));
   }
 
-  // What is appended from here on is `count` lines of much the same length.
+  // `count` lines of much the same length will be appended next.
   void expectLines(std::size_t count) {
     linesBegin_ = size();
     lines_ = count;

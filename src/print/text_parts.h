@@ -24,8 +24,7 @@ inline constexpr std::uint32_t kThreadsPerSubmask = 16;
 // same.
 inline std::uint32_t selectedThreads(std::uint32_t submask) { return (submask | submask >> 1) & 0x55555555; }
 
-inline constexpr std::size_t kMaxHeaderBlock =
-    206;  // 199 with the longest numbers, and 7 that writeHex() writes too much
+inline constexpr std::size_t kMaxHeaderBlock = 206;  // 199 with the longest numbers, and 7 of surplus by writeHex()
 
 template <std::size_t size>
 char* writeDecimalLine(char* at, const char (&name)[size], std::uint32_t number) {

@@ -19,13 +19,13 @@ namespace {
 
 using Kind = Conversion::Kind;
 
-// Whether '*' takes a width that is no int.
+// Whether '*' takes a width that is not an int.
 bool isSilent(const Conversion& conversion, std::uint32_t word) { return conversion.isWidthValue && word > INT_MAX; }
 
-// Infinities and NaNs take what room there is for other floats.
+// Infinities and NaNs are written by {fmt} into room that was made for other floats.
 static_assert(kMaxOfNumber >= kMaxByFmt);
 
-// The room that a value needs; `count` is what '*' stands for.
+// The room that a value needs; `count` is the value of '*'.
 std::size_t mostCharactersOf(const Conversion& conversion, std::uint32_t count, bool isFinite) {
   if (conversion.kind == Kind::kNone) return 0;
   if (conversion.kind == Kind::kByFmt) return mostCharactersByFmt(conversion, isFinite);
