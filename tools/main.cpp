@@ -35,7 +35,7 @@ const char* const kHelpText = R"(Usage: zarn-utility print --strings TABLE [--js
        zarn-utility kernel [-q | --quiet | --json] BINARY...
        zarn-utility --version
 
-Makes sense of what a Zarn compute processor leaves behind.
+Decodes dumps of Zarn compute processors.
 
   print         show print buffers as text
   log           report on descriptor logs
