@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <random>
@@ -95,7 +96,6 @@ TEST(ChangingInput, LogsOfAnyBytes) {
 
 TEST(ChangingInput, PrintBuffers) {
   PrintBuffer one{headerWord(0, 2), 1, 2, 3, 4, 5, {0x5555, 0, ~0U, 0}}, other{headerWord(6, 5)};
-  other.formatOffset = 0x7FFFFFFF;
   other.data.fill(0xFFFFFFFF);
   // Beside digits lie what '0' makes negative or too large when it is subtracted, and what makes other conversions.
   const std::string oneFormat = std::string("%12u|%-9.4x|%1$.3d|%8.2f") + '\0';
@@ -105,6 +105,17 @@ TEST(ChangingInput, PrintBuffers) {
   for (int i = 0; i < 20000; ++i) {
     textOf([&] { return db_get_printf_string(buffer.data(), buffer.size(), table.data(), table.size()); },
            db_free_printf_string);
+  }
+}
+
+TEST(ChangingInput, FormatOffsets) {
+  PrintBuffer inside{headerWord(0, 2)}, outside{headerWord(0, 2)};
+  outside.formatOffset = 0x7FFFFFFF;
+  const ChangingBytes buffer(inside.bytes(), outside.bytes());
+  const std::string table(1, '\0');
+  // The offset was once read twice, a few nanoseconds apart.
+  for (const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(500);
+       std::chrono::steady_clock::now() < end;) {
     PrintBufInfo* info = db_get_print_buffer_info(buffer.data(), buffer.size(), table.data(), table.size());
     if (info == nullptr) continue;
     ASSERT_EQ(info->format, table.data());
