@@ -39,10 +39,11 @@ struct Conversion {
   static constexpr int kMaxFloatDigits = 9;  // where {fmt} does not write it
 };
 
-// Deliberate (design.md, "Numbers beyond INT_MAX"): where '*' takes a precision that is no int, that counts as 0.
 inline std::size_t widthOf(const Conversion& conversion, std::uint32_t word) {
   return conversion.isWidthValue ? word : static_cast<std::uint32_t>(conversion.width);
 }
+
+// Deliberate (design.md, "Numbers beyond INT_MAX"): where '*' takes a precision that is no int, that counts as 0.
 inline std::size_t precisionOf(const Conversion& conversion, std::uint32_t word) {
   if (!conversion.isPrecisionValue) return static_cast<std::uint32_t>(conversion.precision);
   return word > INT_MAX ? 0 : word;
