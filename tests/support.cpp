@@ -14,7 +14,6 @@
 #include <exception>
 #include <fstream>
 #include <functional>
-#include <iterator>
 #include <new>
 #include <sstream>
 #include <stdexcept>

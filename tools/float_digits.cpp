@@ -1,16 +1,18 @@
 #include "float_digits.h"
 
-#include <bit>
-#include <charconv>
 #include <cmath>
 #include <cstddef>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
 #include <string>
-#include <string_view>
-#include <version>
+#include <version>  // IWYU pragma: keep, where it says nothing
+
+#ifdef __cpp_lib_to_chars
+#include <bit>
+#include <charconv>
+#include <cstdint>
+#endif
 
 namespace tool {
 namespace {

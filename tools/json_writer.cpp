@@ -1,6 +1,5 @@
 #include "json_writer.h"
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <climits>
+#include <climits>  // IWYU pragma: keep, for IOV_MAX
 #include <cstddef>
 #include <cstdint>
 #include <cstring>

@@ -1,8 +1,6 @@
 // Decoded entries as the records that the exported interface hands out.
 #pragma once
 
-#include <cstdint>
-
 #include "entry.h"
 #include "log.h"
 #include "zarn_utility.h"
