@@ -1,4 +1,4 @@
-# What the project is built with: headers alone, each library's behind a private target zarn_NAME. No package, target or
+# What the project is built with: only headers, each library's behind a private target zarn_NAME. No package, target or
 # cache entry of the libraries themselves is involved, so a parent project may use any version of them beside this one.
 
 # zarn_headers(NAME HEADER FILE VERSION FILE REGEX URL ADDRESS SHA256 HASH)
@@ -24,7 +24,7 @@ function(zarn_headers name)
     zarn_fetch_headers(directory)
   endif()
 
-  # The target sees these headers alone: the rest of /usr/include would get in a cross compiler's way.
+  # The target sees only these headers: the rest of /usr/include would get in a cross compiler's way.
   string(REGEX REPLACE "/.*" "" entry ${arg_HEADER})
   file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/headers/${name})
   file(CREATE_LINK ${directory}/${entry} ${PROJECT_BINARY_DIR}/headers/${name}/${entry} SYMBOLIC)

@@ -22,7 +22,7 @@ mkdir "$work/moved"
 mv "$work/first" "$work/moved/prefix"
 prefix=$work/moved/prefix
 library=$(find "$prefix" -name libzarn_clc_zarn_utility.so)
-export LD_LIBRARY_PATH=${library%/*}  # for the C program alone: CMake writes the place into what it builds
+export LD_LIBRARY_PATH=${library%/*}  # only for the C program: CMake writes the place into what it builds
 
 # The tool, which is one file to copy.
 mv "$prefix/bin" "$work/moved"
@@ -120,7 +120,7 @@ for help in script/bootstrap ZARN_UTILITY_FMT_INCLUDE_DIR; do
   check "error without {fmt} that names $help" 1 "$(sed '/^Call Stack/,$d' "$work/offline.log" | tail -n 4 | grep -cw $help)"
 done
 
-# clang links a sanitizer into the program alone.
+# clang links a sanitizer only into the program.
 if "${CXX:-c++}" --version | grep -q clang; then
   consumer sanitized "${subproject[@]}" -DCMAKE_C_FLAGS=-fsanitize=address \
     -DCMAKE_CXX_FLAGS="${CXXFLAGS:-} -fsanitize=address"

@@ -1,4 +1,4 @@
-// JSON, appended to one string in ASCII alone.
+// JSON, appended to one string, in ASCII only.
 #pragma once
 
 #include <cstddef>

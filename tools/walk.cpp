@@ -72,7 +72,7 @@ bool Walk::next(Entry& entry) {
 
 // In an intact log an entry's bytes are those from its start to its end. Where a damaged start offset leads elsewhere,
 // it accounts for no more than it holds. The oldest entry may have lost its header to the newest ones. Then its records
-// are shown alone, and its start lies in bytes that are not looked at again.
+// are all that is shown of it, and its start lies in bytes that are not looked at again.
 void Walk::account(std::uint16_t end, const Entry& entry) {
   const std::uint32_t step =
       entry.start % log_.ringSize() == end % log_.ringSize() ? log_.ringSize() : distance(entry.start, end);
