@@ -1,26 +1,24 @@
 /*
  * zarn_utility.h - decodes dumps of Zarn compute processors
  *
- * One header for C99 and C++, for 64-bit targets. The library does no input or output, keeps no global state and
- * remembers nothing between calls. docs/formats.md (installed as share/doc/zarn_utility/formats.md) describes the
- * inputs byte by byte, and the texts line by line.
+ * For C99 and C++ on 64-bit targets. The library does no input or output and keeps no state. docs/formats.md (installed
+ * as share/doc/zarn_utility/formats.md) describes the inputs byte by byte, and the texts line by line.
  *
  * This holds for every function:
  *
- *   Threads      Any number of threads may call any function at once, even on the same input: input is only read.
- *   Changes      A device or another process may write to an input during a call. The result is then any mixture of old
- *                and new contents, but nothing outside the input is read, nothing outside the library's own memory is
- *                written, nothing leaks, and the call ends. For a consistent result, decode a copy.
- *   Alignment    No input needs any alignment.
+ *   Threads      Any number of threads may call any function at once, even on the same input.
+ *   Changes      If a device or another process writes to an input during a call, the result is any mixture of old and
+ *                new contents. For a consistent one, decode a copy.
+ *   Alignment    No input needs any.
  *   Null         No pointer may be null unless its description says so.
  *   Ownership    What a db_get_* function returns belongs to the caller, who releases it with the db_free_* function
- *                named beside it. Inputs stay the caller's.
- *   Failure      is reported only by the return value. Nothing is logged, no error code is kept, nothing is thrown.
+ *                named beside it. Inputs are only read.
+ *   Failure      is reported only by the return value.
  *   Allocation   A failed allocation ends the process, even where operator new throws. Format strings and damaged logs
  *                decide how much memory a result takes: decode untrusted input in a child process with a memory limit.
- *   Locale       Texts don't depend on the process's locale.
- *   Trust        The caller has to give the right sizes, and a string table that holds a NUL at or after the format
- *                offset, which stays there during the call. No other contents are trusted.
+ *   Locale       has no effect.
+ *   Trust        Any contents are safe, provided that sizes are right and that the string table holds a NUL at or after
+ *                the format offset, which stays there during the call.
  */
 #ifndef ZARN_UTILITY_H
 #define ZARN_UTILITY_H
@@ -33,12 +31,11 @@
 #error "zarn_utility.h needs a 64-bit target: the layout of its records is part of the interface"
 #endif
 
-/* Version of the library that this header belongs to. Build and packages read it from here. */
+/* Version of the library that this header belongs to. */
 #define ZARN_UTILITY_VERSION_MAJOR 1
 #define ZARN_UTILITY_VERSION_MINOR 3
 #define ZARN_UTILITY_VERSION_PATCH 1
 
-/* The version as a string. */
 #define ZARN_UTILITY_VERSION                    \
   ZARN_UTILITY_TEXT(ZARN_UTILITY_VERSION_MAJOR) \
   "." ZARN_UTILITY_TEXT(ZARN_UTILITY_VERSION_MINOR) "." ZARN_UTILITY_TEXT(ZARN_UTILITY_VERSION_PATCH)
@@ -59,12 +56,9 @@ extern "C" {
 /*                                               Print buffers                                                    */
 /* ============================================================================================================== */
 
-/*
- * A print buffer is what one print statement of a kernel leaves behind: a header, 128 value words, and the offset of
- * its format string in the string table, a block of NUL-terminated strings that is kept apart from the buffer.
- */
+/* A print buffer is what one print statement of a kernel leaves behind; its format string is in the string table. */
 
-/* Smallest print buffer that is decoded, in bytes. */
+/* The smallest that is decoded, in bytes. */
 #define ZARN_PRINT_BUFFER_MIN_SIZE 620
 
 /* The checked header of a print buffer. */
@@ -85,11 +79,10 @@ typedef struct PrintBufInfo {
 /*
  * db_get_gid(), db_get_kid(), db_get_jid() - read the graph id, kernel id or instance id of a print buffer
  *
- * buffer  the print buffer; may be null
+ * buffer  the print buffer, otherwise unchecked; may be null
  * size    its size in bytes; 16, 20 and 24 are enough
  *
- * Returns the id, or 0xFFFFFFFF if buffer is null or too small to hold it. An id of 0xFFFFFFFF can't be told from that.
- * Nothing else of the buffer is checked.
+ * Returns the id, or 0xFFFFFFFF (which can also be the id) if buffer is null or too small to hold it.
  */
 ZARN_UTILITY_API uint32_t db_get_gid(const void* buffer, size_t size);
 ZARN_UTILITY_API uint32_t db_get_kid(const void* buffer, size_t size);
@@ -106,12 +99,12 @@ ZARN_UTILITY_API uint32_t db_get_jid(const void* buffer, size_t size);
  * Returns a record to release with db_free_print_buffer_info(). Its pointers borrow from buffer and stringTable, so
  * both must outlive it. Returns null if buffer or stringTable is null, bufferSize is below ZARN_PRINT_BUFFER_MIN_SIZE,
  * the format offset is not below stringTableSize, the header word is zero, the print kind is above 8, or the data type
- * is above 7. The string table is not read.
+ * is above 7.
  */
 ZARN_UTILITY_API PrintBufInfo* db_get_print_buffer_info(const void* buffer, size_t bufferSize, const char* stringTable,
                                                         size_t stringTableSize);
 
-/* Releases a record and sets the caller's pointer, which may be null, to null. */
+/* Releases a record, which may be null, and sets the caller's pointer to null. */
 ZARN_UTILITY_API void db_free_print_buffer_info(PrintBufInfo** info);
 
 /*
@@ -120,15 +113,14 @@ ZARN_UTILITY_API void db_free_print_buffer_info(PrintBufInfo** info);
  * buffer, bufferSize, stringTable, stringTableSize  as for db_get_print_buffer_info()
  *
  * Returns the NUL-terminated text to release with db_free_printf_string(), in an array of exactly its length plus one;
- * or null where db_get_print_buffer_info() returns null. No format string makes it fail.
+ * or null where db_get_print_buffer_info() returns null.
  *
- * A conversion can give 2 GiB of text, and a format can have any number of them. '%c' of 0 puts a NUL into the text, at
- * which strlen() ends. The format is read up to its NUL, wherever that is.
+ * '%c' of 0 puts a NUL into the text, at which strlen() ends. A conversion can give 2 GiB of text.
  */
 ZARN_UTILITY_API char* db_get_printf_string(const void* buffer, size_t bufferSize, const char* stringTable,
                                             size_t stringTableSize);
 
-/* Releases a text and sets the caller's pointer, which may be null, to null. */
+/* Releases a text, which may be null, and sets the caller's pointer to null. */
 ZARN_UTILITY_API void db_free_printf_string(char** text);
 
 /* ============================================================================================================== */
@@ -136,11 +128,10 @@ ZARN_UTILITY_API void db_free_printf_string(char** text);
 /* ============================================================================================================== */
 
 /*
- * A descriptor log is a ring of R = size - 64 bytes, followed by a trailer. For every descriptor that it issues, the
- * device appends an entry to the ring: a header, the descriptor, and one or more records. R is computed in 32 bits, and
- * a log for which it is 0 has no entries.
+ * A descriptor log is a ring of R = size - 64 bytes, computed in 32 bits, followed by a trailer. For every descriptor
+ * that it issues, the device appends an entry to the ring.
  *
- * For any bytes and any size, every record that is returned keeps these promises:
+ * Every DescBufInfo that is returned keeps these promises, whatever the input:
  *
  *   - valid is 1, and exactly one of isEdma, isGlsu and isRingBufferAte is 1;
  *   - no array pointer is null, and each array has exactly as many elements as its count says;
@@ -149,15 +140,14 @@ ZARN_UTILITY_API void db_free_printf_string(char** text);
  *   - descSize is at most size - 76, or below 8 MiB if size is below 76;
  *   - if there is no descriptor header, descSize is 0 and pc is 0xFFFFFFFF.
  *
- * In rings whose length is not a power of two, such as that of a log of 64 KiB, entries at position 0 are not read as
- * they were written, even in an intact log (see docs/formats.md).
+ * In rings whose length is not a power of two, such as that of a log of 64 KiB, entries at position 0 are misread, even
+ * in an intact log (see docs/formats.md).
  */
 
 /* One decoded entry of a descriptor log. */
 typedef struct DescBufInfo {
   uint8_t valid;           /* 1 */
-  uint8_t overSized;       /* 1 if totalLogUsed is not the trailer's write offset: the device has gone round the ring,
-                              has just filled it, or the trailer is damaged */
+  uint8_t overSized;       /* 1 if totalLogUsed is not the trailer's write offset */
   uint8_t isEdma;          /* the newest record's tag is "ED" */
   uint8_t isGlsu;          /* "GL" */
   uint8_t isRingBufferAte; /* "RB", "NP", "EL" or "RL" */
@@ -166,7 +156,7 @@ typedef struct DescBufInfo {
   uint8_t hasRbRelease;    /* there are release records */
   uint32_t totalLogUsed;   /* the trailer's total of descriptor log bytes used */
   uint32_t pc;             /* of the newest record or, if that is a next-pointer, end or release record, of the one in
-                              front of the entry's header; 0xFFFFFFFF without such a header */
+                              front of the entry's header */
   uint32_t descSize;       /* bytes in desc */
   uint8_t* desc;           /* the descriptor */
   uint32_t rbNextPtrCount; /* elements of rbNextPtrPcs */
@@ -192,13 +182,10 @@ typedef struct DescBufInfo {
  *   - there is neither a ring-buffer record nor a descriptor header that lies in the buffer as a whole; or
  *   - size is 76 to 127 and the descriptor's length is above size - 76. (Of a log 4 GiB larger, where these sizes wrap,
  *     the descriptor has nearly 4 GiB.)
- *
- * A ring-buffer record that was counted may not be met again when PCs are gathered: its slot holds 0. One that is met
- * without having been counted is dropped.
  */
 ZARN_UTILITY_API DescBufInfo* db_get_desc_buffer_info(const void* buffer, uint64_t size);
 
-/* Releases a record, which must not be null, with its arrays, which may be, and sets the caller's pointer to null. */
+/* Releases a record, which must not be null, and its arrays, which may be, and sets the caller's pointer to null. */
 ZARN_UTILITY_API void db_free_desc_buffer_info(DescBufInfo** info);
 
 /*
@@ -213,9 +200,8 @@ ZARN_UTILITY_API void db_free_desc_buffer_info(DescBufInfo** info);
  * may be empty, as it always is if R is below 76. Returns null, and leaves *count alone, if buffer is null or size is
  * below 65.
  *
- * Cost: entries of a damaged log can refer to each other in a circle, so time and memory can grow with the square of
- * the size: R / 76 records, with R / 8 + 1 PCs of 4 bytes each, and descriptors of less than 2 * size bytes in all. A
- * ring of 64 KiB with nothing but release records gives 862 records with 28 MB of PCs.
+ * Cost: entries of a damaged log can refer to each other in a circle, so there can be R / 76 records, with R / 8 + 1
+ * PCs of 4 bytes each, and descriptors of less than 2 * size bytes in all. A ring of 64 KiB can give 28 MB.
  */
 ZARN_UTILITY_API DescBufInfo** db_get_desc_buffer_info_array(const void* buffer, uint64_t size, uint32_t* count);
 
@@ -246,11 +232,11 @@ ZARN_UTILITY_API char* db_get_desc_string(const void* buffer, uint64_t size);
  * Never null: if nothing can be decoded, the text is empty.
  *
  * Cost: as for db_get_desc_buffer_info_array(), with a line of up to 37 characters for each PC (rings of up to 64 KiB).
- * The ring mentioned there gives 260 MB of text. Beside the text the call needs less than 2 * R bytes.
+ * A ring of 64 KiB can give 260 MB. Beside the text the call needs less than 2 * R bytes.
  */
 ZARN_UTILITY_API char* db_get_desc_string_array(const void* buffer, uint64_t size);
 
-/* Releases a report and sets the caller's pointer, which may be null, to null. */
+/* Releases a report, which may be null, and sets the caller's pointer to null. */
 ZARN_UTILITY_API void db_free_desc_string(char** text);
 
 /* ============================================================================================================== */
@@ -271,13 +257,10 @@ ZARN_UTILITY_API uint64_t clc_bin_compute_checksum(const void* bytes, uint64_t l
 /*
  * clc_bin_has_edma_instr() - whether a kernel binary contains an eDMA instruction
  *
- * Scans the instructions from the beginning to the first eDMA instruction, the stop marker, or the end of the binary.
- *
  * bytes   the binary; may be null if length is below 1
  * length  its size in bytes
  *
- * Returns 1 if it has found an eDMA instruction, else 0, also if length is below 1. The instructions are not validated:
- * every byte pattern is one.
+ * Returns 1 if there is one before the stop marker or the end of the binary, else 0, also if length is below 1.
  */
 ZARN_UTILITY_API int32_t clc_bin_has_edma_instr(const void* bytes, int64_t length);
 
