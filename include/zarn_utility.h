@@ -1,24 +1,25 @@
 /*
  * zarn_utility.h - decodes dumps of Zarn compute processors
  *
- * For C99 and C++ on 64-bit targets. The library does no input or output and keeps no state. docs/formats.md (installed
- * as share/doc/zarn_utility/formats.md) describes the inputs byte by byte, and the texts line by line.
+ * For C99 and C++ on 64-bit targets. The library does no I/O and keeps no state. docs/formats.md (installed as
+ * share/doc/zarn_utility/formats.md) describes the inputs and texts.
  *
- * This holds for every function:
+ * For all functions:
  *
  *   Threads      Any number of threads may call any function at once, even on the same input.
- *   Changes      If a device or another process writes to an input during a call, the result is any mixture of old and
- *                new contents. For a consistent one, decode a copy.
- *   Alignment    No input needs any.
- *   Null         No pointer may be null unless its description says so.
- *   Ownership    What a db_get_* function returns belongs to the caller, who releases it with the db_free_* function
- *                named beside it. Inputs are only read.
- *   Failure      is reported only by the return value.
+ *   Changes      If an input changes during a call, the result is any mixture of old and new contents. For a consistent
+ *                result, decode a copy.
+ *   Alignment    Inputs need none.
+ *   Null         Pointers must not be null unless documented otherwise.
+ *   Ownership    The caller owns what a db_get_* function returns, and releases it with the db_free_* function named in
+ *                its description. Inputs are only read.
+ *   Failure      Only the return value reports it.
  *   Allocation   A failed allocation ends the process, even where operator new throws. Format strings and damaged logs
- *                decide how much memory a result takes: decode untrusted input in a child process with a memory limit.
- *   Locale       has no effect.
- *   Trust        Any contents are safe, provided that sizes are right and that the string table holds a NUL at or after
- *                the format offset, which stays there during the call.
+ *                determine how much memory a result takes: decode untrusted input in a child process with a memory
+ *                limit.
+ *   Locale       No effect.
+ *   Trust        Any contents are safe, provided that sizes are right and the string table has a NUL at or after the
+ *                format offset throughout the call.
  */
 #ifndef ZARN_UTILITY_H
 #define ZARN_UTILITY_H
@@ -31,7 +32,7 @@
 #error "zarn_utility.h needs a 64-bit target: the layout of its records is part of the interface"
 #endif
 
-/* Version of the library that this header belongs to. */
+/* Version of the library. */
 #define ZARN_UTILITY_VERSION_MAJOR 1
 #define ZARN_UTILITY_VERSION_MINOR 3
 #define ZARN_UTILITY_VERSION_PATCH 1
@@ -56,9 +57,7 @@ extern "C" {
 /*                                               Print buffers                                                    */
 /* ============================================================================================================== */
 
-/* A print buffer is what one print statement of a kernel leaves behind; its format string is in the string table. */
-
-/* The smallest that is decoded, in bytes. */
+/* Smallest print buffer that is decoded, in bytes. */
 #define ZARN_PRINT_BUFFER_MIN_SIZE 620
 
 /* The checked header of a print buffer. */
@@ -71,56 +70,55 @@ typedef struct PrintBufInfo {
   uint32_t graphId;        /* word at byte 12 */
   uint32_t kernelId;       /* word at byte 16 */
   uint32_t instanceId;     /* word at byte 20 */
-  const uint32_t* subMask; /* the caller's buffer at byte 24: 4 little-endian words, as unaligned as the buffer */
-  const char* format;      /* the caller's string table at the format offset */
-  const uint32_t* data;    /* the caller's buffer at byte 44: 128 of the same; read both with memcpy() or by byte */
+  const uint32_t* subMask; /* the buffer at byte 24: 4 little-endian words, as unaligned as the buffer */
+  const char* format;      /* the string table at the format offset */
+  const uint32_t* data;    /* the buffer at byte 44: 128 such words; read both with memcpy() or bytewise */
 } PrintBufInfo;
 
 /*
  * db_get_gid(), db_get_kid(), db_get_jid() - read the graph id, kernel id or instance id of a print buffer
  *
- * buffer  the print buffer, otherwise unchecked; may be null
- * size    its size in bytes; 16, 20 and 24 are enough
+ * buffer  the print buffer, not validated; may be null
+ * size    its size in bytes; at least 16, 20 or 24
  *
- * Returns the id, or 0xFFFFFFFF (which can also be the id) if buffer is null or too small to hold it.
+ * Returns the id, or 0xFFFFFFFF (also a possible id) if buffer is null or too small.
  */
 ZARN_UTILITY_API uint32_t db_get_gid(const void* buffer, size_t size);
 ZARN_UTILITY_API uint32_t db_get_kid(const void* buffer, size_t size);
 ZARN_UTILITY_API uint32_t db_get_jid(const void* buffer, size_t size);
 
 /*
- * db_get_print_buffer_info() - check a print buffer's header and return it as a record
+ * db_get_print_buffer_info() - validate and decode a print buffer's header
  *
  * buffer           the print buffer; may be null
  * bufferSize       its size in bytes
  * stringTable      NUL-terminated strings, one after another; may be null
  * stringTableSize  its size in bytes
  *
- * Returns a record to release with db_free_print_buffer_info(). Its pointers borrow from buffer and stringTable, so
- * both must outlive it. Returns null if buffer or stringTable is null, bufferSize is below ZARN_PRINT_BUFFER_MIN_SIZE,
- * the format offset is not below stringTableSize, the header word is zero, the print kind is above 8, or the data type
- * is above 7.
+ * Returns a record to release with db_free_print_buffer_info(). It points into buffer and stringTable, which must
+ * outlive it. Returns null if buffer or stringTable is null, bufferSize is below ZARN_PRINT_BUFFER_MIN_SIZE, the format
+ * offset is not below stringTableSize, the header word is zero, the print kind is above 8, or the data type above 7.
  */
 ZARN_UTILITY_API PrintBufInfo* db_get_print_buffer_info(const void* buffer, size_t bufferSize, const char* stringTable,
                                                         size_t stringTableSize);
 
-/* Releases a record, which may be null, and sets the caller's pointer to null. */
+/* Releases a record, which may be null, and sets *info to null. */
 ZARN_UTILITY_API void db_free_print_buffer_info(PrintBufInfo** info);
 
 /*
- * db_get_printf_string() - show a print buffer as text
+ * db_get_printf_string() - format a print buffer as text
  *
  * buffer, bufferSize, stringTable, stringTableSize  as for db_get_print_buffer_info()
  *
- * Returns the NUL-terminated text to release with db_free_printf_string(), in an array of exactly its length plus one;
- * or null where db_get_print_buffer_info() returns null.
+ * Returns a NUL-terminated text to release with db_free_printf_string(), allocated at exactly its length plus one, or
+ * null where db_get_print_buffer_info() returns null.
  *
- * '%c' of 0 puts a NUL into the text, at which strlen() ends. A conversion can give 2 GiB of text.
+ * '%c' of 0 puts a NUL into the text, where strlen() stops. One conversion can give 2 GiB of text.
  */
 ZARN_UTILITY_API char* db_get_printf_string(const void* buffer, size_t bufferSize, const char* stringTable,
                                             size_t stringTableSize);
 
-/* Releases a text, which may be null, and sets the caller's pointer to null. */
+/* Releases a text, which may be null, and sets *text to null. */
 ZARN_UTILITY_API void db_free_printf_string(char** text);
 
 /* ============================================================================================================== */
@@ -128,43 +126,42 @@ ZARN_UTILITY_API void db_free_printf_string(char** text);
 /* ============================================================================================================== */
 
 /*
- * A descriptor log is a ring of R = size - 64 bytes, computed in 32 bits, followed by a trailer. For every descriptor
- * that it issues, the device appends an entry to the ring.
+ * Below, R is the length of the log's ring: size - 64, computed in 32 bits.
  *
- * Every DescBufInfo that is returned keeps these promises, whatever the input:
+ * In every DescBufInfo returned, whatever the input:
  *
  *   - valid is 1, and exactly one of isEdma, isGlsu and isRingBufferAte is 1;
  *   - no array pointer is null, and each array has exactly as many elements as its count says;
- *   - a has-flag is 1 exactly if its count is not 0;
+ *   - a has-flag is 1 if its count is not 0, else 0;
  *   - the three counts add up to at most R / 8 + 1;
  *   - descSize is at most size - 76, or below 8 MiB if size is below 76;
- *   - if there is no descriptor header, descSize is 0 and pc is 0xFFFFFFFF.
+ *   - without a descriptor header, descSize is 0 and pc is 0xFFFFFFFF.
  *
- * In rings whose length is not a power of two, such as that of a log of 64 KiB, entries at position 0 are misread, even
- * in an intact log (see docs/formats.md).
+ * If R is not a power of two, as in a log of 64 KiB, entries at position 0 are misread even in an intact log (see
+ * docs/formats.md).
  */
 
-/* One decoded entry of a descriptor log. */
+/* A decoded log entry. */
 typedef struct DescBufInfo {
   uint8_t valid;           /* 1 */
   uint8_t overSized;       /* 1 if totalLogUsed is not the trailer's write offset */
   uint8_t isEdma;          /* the newest record's tag is "ED" */
   uint8_t isGlsu;          /* "GL" */
   uint8_t isRingBufferAte; /* "RB", "NP", "EL" or "RL" */
-  uint8_t hasRbNextPtr;    /* there are next-pointer records */
-  uint8_t hasRbEnd;        /* there are end records */
-  uint8_t hasRbRelease;    /* there are release records */
+  uint8_t hasRbNextPtr;    /* has next-pointer records */
+  uint8_t hasRbEnd;        /* has end records */
+  uint8_t hasRbRelease;    /* has release records */
   uint32_t totalLogUsed;   /* the trailer's total of descriptor log bytes used */
-  uint32_t pc;             /* of the newest record or, if that is a next-pointer, end or release record, of the one in
-                              front of the entry's header */
+  uint32_t pc;             /* of the newest record or, if that is a next-pointer, end or release record, of the one
+                              before the entry's header */
   uint32_t descSize;       /* bytes in desc */
   uint8_t* desc;           /* the descriptor */
   uint32_t rbNextPtrCount; /* elements of rbNextPtrPcs */
   uint32_t* rbNextPtrPcs;  /* PCs of the next-pointer records, oldest first */
   uint32_t rbEndCount;     /* elements of rbEndPcs */
-  uint32_t* rbEndPcs;      /* PCs of the end records, oldest first */
+  uint32_t* rbEndPcs;      /* of the end records, oldest first */
   uint32_t rbReleaseCount; /* elements of rbReleasePcs */
-  uint32_t* rbReleasePcs;  /* PCs of the release records, oldest first */
+  uint32_t* rbReleasePcs;  /* of the release records, oldest first */
 } DescBufInfo;
 
 /*
@@ -173,23 +170,23 @@ typedef struct DescBufInfo {
  * buffer  the log; may be null
  * size    its size in bytes
  *
- * Returns a record to release with db_free_desc_buffer_info(). Its arrays are copies of the log's bytes. Returns null,
- * and allocates nothing, if
+ * Returns a record to release with db_free_desc_buffer_info(). Its arrays are copies. Returns null, and allocates
+ * nothing, if
  *
  *   - buffer is null, size is below 65, or R is 0;
  *   - the tag that ends at the write offset is unknown;
  *   - a start offset is above size;
- *   - there is neither a ring-buffer record nor a descriptor header that lies in the buffer as a whole; or
- *   - size is 76 to 127 and the descriptor's length is above size - 76. (Of a log 4 GiB larger, where these sizes wrap,
+ *   - there is neither a ring-buffer record nor a descriptor header that lies wholly in the buffer; or
+ *   - size is 76 to 127 and the descriptor's length is above size - 76. (In a log 4 GiB larger, where these sizes wrap,
  *     the descriptor has nearly 4 GiB.)
  */
 ZARN_UTILITY_API DescBufInfo* db_get_desc_buffer_info(const void* buffer, uint64_t size);
 
-/* Releases a record, which must not be null, and its arrays, which may be, and sets the caller's pointer to null. */
+/* Releases a record, which must not be null, and its arrays, which may be, and sets *info to null. */
 ZARN_UTILITY_API void db_free_desc_buffer_info(DescBufInfo** info);
 
 /*
- * db_get_desc_buffer_info_array() - decode the entries of a descriptor log from the newest backwards
+ * db_get_desc_buffer_info_array() - decode a descriptor log's entries from the newest backwards
  *
  * buffer  the log; may be null
  * size    its size in bytes
@@ -197,16 +194,16 @@ ZARN_UTILITY_API void db_free_desc_buffer_info(DescBufInfo** info);
  *
  * Returns an array of *count records, newest first, to release with db_free_desc_buffer_info_array(). The walk ends
  * before the first entry that can't be decoded, when the log's bytes are used up, or after R / 76 records. The array
- * may be empty, as it always is if R is below 76. Returns null, and leaves *count alone, if buffer is null or size is
+ * may be empty, and always is if R is below 76. Returns null, leaving *count unchanged, if buffer is null or size is
  * below 65.
  *
- * Cost: entries of a damaged log can refer to each other in a circle, so there can be R / 76 records, with R / 8 + 1
- * PCs of 4 bytes each, and descriptors of less than 2 * size bytes in all. A ring of 64 KiB can give 28 MB.
+ * Cost: a damaged log can give R / 76 records of R / 8 + 1 PCs of 4 bytes, and descriptors of less than 2 * size bytes
+ * in total.
  */
 ZARN_UTILITY_API DescBufInfo** db_get_desc_buffer_info_array(const void* buffer, uint64_t size, uint32_t* count);
 
 /*
- * db_free_desc_buffer_info_array() - release an array of records and leave the caller's pointer as it is
+ * db_free_desc_buffer_info_array() - release an array of records; the caller's pointer is unchanged
  *
  * array  what db_get_desc_buffer_info_array() returned; may be null if count is below 1
  * count  the count it reported; any other releases too little or too much
@@ -218,8 +215,8 @@ ZARN_UTILITY_API void db_free_desc_buffer_info_array(DescBufInfo** array, int32_
  *
  * buffer, size  as for db_get_desc_buffer_info()
  *
- * Returns the NUL-terminated report to release with db_free_desc_string(), in an array of exactly its length plus one;
- * or null where db_get_desc_buffer_info() returns null.
+ * Returns a NUL-terminated report to release with db_free_desc_string(), allocated at exactly its length plus one, or
+ * null where db_get_desc_buffer_info() returns null.
  */
 ZARN_UTILITY_API char* db_get_desc_string(const void* buffer, uint64_t size);
 
@@ -228,15 +225,15 @@ ZARN_UTILITY_API char* db_get_desc_string(const void* buffer, uint64_t size);
  *
  * buffer, size  as for db_get_desc_buffer_info_array()
  *
- * Returns the NUL-terminated report to release with db_free_desc_string(), in an array of exactly its length plus one.
- * Never null: if nothing can be decoded, the text is empty.
+ * Returns a NUL-terminated report to release with db_free_desc_string(), allocated at exactly its length plus one. It
+ * is empty, never null, if nothing can be decoded.
  *
- * Cost: as for db_get_desc_buffer_info_array(), with a line of up to 37 characters for each PC (rings of up to 64 KiB).
- * A ring of 64 KiB can give 260 MB. Beside the text the call needs less than 2 * R bytes.
+ * Cost: as for db_get_desc_buffer_info_array(), with a line of up to 37 characters per PC (in rings of up to 64 KiB).
+ * Besides the text, the call needs less than 2 * R bytes.
  */
 ZARN_UTILITY_API char* db_get_desc_string_array(const void* buffer, uint64_t size);
 
-/* Releases a report, which may be null, and sets the caller's pointer to null. */
+/* Releases a report, which may be null, and sets *text to null. */
 ZARN_UTILITY_API void db_free_desc_string(char** text);
 
 /* ============================================================================================================== */
@@ -250,7 +247,7 @@ ZARN_UTILITY_API void db_free_desc_string(char** text);
  * length  its size in bytes
  * out     receives the checksum
  *
- * Returns the checksum. It cannot fail.
+ * Returns the checksum. Cannot fail.
  */
 ZARN_UTILITY_API uint64_t clc_bin_compute_checksum(const void* bytes, uint64_t length, uint64_t* out);
 
@@ -260,7 +257,7 @@ ZARN_UTILITY_API uint64_t clc_bin_compute_checksum(const void* bytes, uint64_t l
  * bytes   the binary; may be null if length is below 1
  * length  its size in bytes
  *
- * Returns 1 if there is one before the stop marker or the end of the binary, else 0, also if length is below 1.
+ * Returns 1 if there is one before the stop marker or the end of the binary, else 0. A length below 1 gives 0.
  */
 ZARN_UTILITY_API int32_t clc_bin_has_edma_instr(const void* bytes, int64_t length);
 
