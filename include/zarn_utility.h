@@ -157,7 +157,7 @@ typedef struct DescBufInfo {
   uint32_t descSize;       /* bytes in desc */
   uint8_t* desc;           /* the descriptor */
   uint32_t rbNextPtrCount; /* elements of rbNextPtrPcs */
-  uint32_t* rbNextPtrPcs;  /* PCs of the next-pointer records, oldest first */
+  uint32_t* rbNextPtrPcs;  /* of the next-pointer records, oldest first */
   uint32_t rbEndCount;     /* elements of rbEndPcs */
   uint32_t* rbEndPcs;      /* of the end records, oldest first */
   uint32_t rbReleaseCount; /* elements of rbReleasePcs */
