@@ -7,16 +7,15 @@
  * For all functions:
  *
  *   Threads      Any number of threads may call any function at once, even on the same input.
- *   Changes      If an input changes during a call, the result is any mixture of old and new contents. For a consistent
- *                result, decode a copy.
+ *   Changes      If an input changes during a call, the result mixes old and new contents. Copy it for a consistent
+ *                result.
  *   Alignment    Inputs need none.
  *   Null         Pointers must not be null unless documented otherwise.
  *   Ownership    The caller owns what a db_get_* function returns, and releases it with the db_free_* function named in
  *                its description. Inputs are only read.
  *   Failure      Only the return value reports it.
- *   Allocation   A failed allocation ends the process, even where operator new throws. Format strings and damaged logs
- *                determine how much memory a result takes: decode untrusted input in a child process with a memory
- *                limit.
+ *   Allocation   A failed allocation ends the process, even where operator new throws. Input determines how much is
+ *                allocated: decode untrusted input in a child process with a memory limit.
  *   Locale       No effect.
  *   Trust        Any contents are safe, provided that sizes are right and the string table has a NUL at or after the
  *                format offset throughout the call.
