@@ -13,10 +13,11 @@
  *   Null         Pointers must not be null unless documented otherwise.
  *   Ownership    The caller owns what a db_get_* function returns, and releases it with the db_free_* function named in
  *                its description. Inputs are only read.
- *   Failure      Only the return value reports it.
+ *   Texts        are NUL-terminated, in arrays of exactly their length plus one.
+ *   Failure      is reported only by the return value.
  *   Allocation   A failed allocation ends the process, even where operator new throws. Input determines how much is
  *                allocated: decode untrusted input in a child process with a memory limit.
- *   Locale       No effect.
+ *   Locale       has no effect.
  *   Trust        Any contents are safe, provided that sizes are right and the string table has a NUL at or after the
  *                format offset throughout the call.
  */
@@ -31,7 +32,6 @@
 #error "zarn_utility.h needs a 64-bit target: the layout of its records is part of the interface"
 #endif
 
-/* Version of the library. */
 #define ZARN_UTILITY_VERSION_MAJOR 1
 #define ZARN_UTILITY_VERSION_MINOR 3
 #define ZARN_UTILITY_VERSION_PATCH 1
@@ -109,8 +109,7 @@ ZARN_UTILITY_API void db_free_print_buffer_info(PrintBufInfo** info);
  *
  * buffer, bufferSize, stringTable, stringTableSize  as for db_get_print_buffer_info()
  *
- * Returns a NUL-terminated text to release with db_free_printf_string(), allocated at exactly its length plus one, or
- * null where db_get_print_buffer_info() returns null.
+ * Returns a text to release with db_free_printf_string(), or null where db_get_print_buffer_info() returns null.
  *
  * '%c' of 0 puts a NUL into the text, where strlen() stops. One conversion can give 2 GiB of text.
  */
@@ -176,8 +175,7 @@ typedef struct DescBufInfo {
  *   - the tag that ends at the write offset is unknown;
  *   - a start offset is above size;
  *   - there is neither a ring-buffer record nor a descriptor header that lies wholly in the buffer; or
- *   - size is 76 to 127 and the descriptor's length is above size - 76. (In a log 4 GiB larger, where these sizes wrap,
- *     the descriptor has nearly 4 GiB.)
+ *   - size is 76 to 127 and the descriptor's length is above size - 76.
  */
 ZARN_UTILITY_API DescBufInfo* db_get_desc_buffer_info(const void* buffer, uint64_t size);
 
@@ -187,9 +185,8 @@ ZARN_UTILITY_API void db_free_desc_buffer_info(DescBufInfo** info);
 /*
  * db_get_desc_buffer_info_array() - decode a descriptor log's entries from the newest backwards
  *
- * buffer  the log; may be null
- * size    its size in bytes
- * count   receives the number of records; written several times before the call returns
+ * buffer, size  as for db_get_desc_buffer_info()
+ * count         receives the number of records; written several times during the call
  *
  * Returns an array of *count records, newest first, to release with db_free_desc_buffer_info_array(). The walk ends
  * before the first entry that can't be decoded, when the log's bytes are used up, or after R / 76 records. The array
@@ -214,8 +211,7 @@ ZARN_UTILITY_API void db_free_desc_buffer_info_array(DescBufInfo** array, int32_
  *
  * buffer, size  as for db_get_desc_buffer_info()
  *
- * Returns a NUL-terminated report to release with db_free_desc_string(), allocated at exactly its length plus one, or
- * null where db_get_desc_buffer_info() returns null.
+ * Returns a text to release with db_free_desc_string(), or null where db_get_desc_buffer_info() returns null.
  */
 ZARN_UTILITY_API char* db_get_desc_string(const void* buffer, uint64_t size);
 
@@ -224,15 +220,14 @@ ZARN_UTILITY_API char* db_get_desc_string(const void* buffer, uint64_t size);
  *
  * buffer, size  as for db_get_desc_buffer_info_array()
  *
- * Returns a NUL-terminated report to release with db_free_desc_string(), allocated at exactly its length plus one. It
- * is empty, never null, if nothing can be decoded.
+ * Returns a text to release with db_free_desc_string(). It is empty, never null, if nothing can be decoded.
  *
  * Cost: as for db_get_desc_buffer_info_array(), with a line of up to 37 characters per PC (in rings of up to 64 KiB).
  * Besides the text, the call needs less than 2 * R bytes.
  */
 ZARN_UTILITY_API char* db_get_desc_string_array(const void* buffer, uint64_t size);
 
-/* Releases a report, which may be null, and sets *text to null. */
+/* Releases a text, which may be null, and sets *text to null. */
 ZARN_UTILITY_API void db_free_desc_string(char** text);
 
 /* ============================================================================================================== */
