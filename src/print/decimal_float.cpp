@@ -11,17 +11,18 @@ namespace {
 
 __extension__ using Uint128 = unsigned __int128;
 
-// 10^exponent is `significand` * 2^(floorLog2(10^exponent) - 127): exactly from 10^0 on, and rounded up below.
+// 10^exponent is `significand` * 2^(floorLog2(10^exponent) - 127): exact from 10^0 on, and rounded up below.
 struct PowerOfTen {
-  std::uint64_t high;  // half of the significand, whose highest bit is set
+  std::uint64_t high;  // upper half of the significand, whose highest bit is set
   std::uint64_t low;
 };
 
-// Logarithms rounded down; for the arguments that occur this is proved below.
+// Logarithms, rounded down. The assertions below prove them for all arguments that occur.
 constexpr int floorLog2OfPowerOfTen(int exponent) { return exponent * 217706 >> 16; }
 constexpr int floorLog10OfPowerOfTwo(int exponent) { return exponent * 78913 >> 18; }
 
-// The binary exponents of floats, and the powers of ten for one digit of the largest and nine of the smallest.
+// The binary exponents of floats, and the powers of ten that are needed: from one digit of the largest float to nine
+// digits of the smallest.
 constexpr int kMinExponent = -149;
 constexpr int kMaxExponent = 127;
 constexpr int kMinPower = -floorLog10OfPowerOfTwo(kMaxExponent);
@@ -38,7 +39,7 @@ constexpr Uint128 powerOfFive(int exponent) {
   return power;
 }
 
-// The first 128 bits of 1 / divisor, rounded up; the divisor is no power of two.
+// The first 128 bits of 1 / divisor, rounded up; the divisor is not a power of two.
 constexpr Uint128 reciprocal(Uint128 divisor) {
   Uint128 quotient = 0;
   Uint128 rest = Uint128{1} << bitWidth(divisor);
@@ -75,7 +76,7 @@ static_assert([] {
   return true;
 }());
 
-// A float of at least 2^exponent and below 2^(exponent + 1) has the decimal exponent that is guessed here, or the next.
+// A float from 2^exponent to below 2^(exponent + 1) has the decimal exponent guessed here, or the next one.
 static_assert([] {
   for (int exponent = kMinExponent; exponent <= kMaxExponent; ++exponent) {
     const int guess = floorLog10OfPowerOfTwo(exponent);
@@ -103,13 +104,13 @@ DecimalFloat roundToDigits(std::uint32_t bits, int digits) {
   const int power = digits - 1 - exponent;
   const auto& [high, low] = kPowersOfTen[static_cast<std::size_t>(power - kMinPower)];
 
-  // The upper 64 of the 192 bits of significand * power of ten. The others are never needed: where these end in exactly
-  // one half, there is nothing after it but what the power was rounded up by. This was checked for each float and each
-  // number of digits.
+  // The upper 64 of the 192 bits of significand * power of ten. The others are never needed: if these end in exactly
+  // one half, nothing follows but what the power was rounded up by. This was checked for every float and every number
+  // of digits.
   const Uint128 upper = Uint128{significand} * high + (Uint128{significand} * low >> 64);
   const auto top = static_cast<std::uint64_t>(upper >> 64);
 
-  // They begin with an integer of `digits` digits, or of one more.
+  // These 64 bits begin with an integer of `digits` digits, or one more.
   const int fractionBits = 62 - binaryExponent - floorLog2OfPowerOfTen(power);
   std::uint64_t number = top >> fractionBits;
   const std::uint64_t rest = top << (64 - fractionBits);

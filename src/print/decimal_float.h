@@ -11,8 +11,8 @@ struct DecimalFloat {
   int exponent;
 };
 
-// Rounds the float with these bits, which is finite and not negative, to 1 to 9 digits; the others are 0. Rounds to
-// nearest, and halves to even.
+// Rounds the float with these bits, which is finite and not negative, to `digits` digits, 1 to 9; the remaining digits
+// are 0. Rounds to nearest, ties to even.
 DecimalFloat roundToDigits(std::uint32_t bits, int digits);
 
 }  // namespace zarn::print

@@ -8,8 +8,8 @@
 
 namespace zarn::print {
 
-// What stands in front of the digits: a sign, "0x" and the like. It is kept in one word: with an array, which is read
-// while it is still being written, "%#x" and "%010u" took 1.1 times as long.
+// What precedes the digits: a sign, "0x" and the like. It is kept in one word: with an array, which is read while it is
+// still being written, "%#x" and "%010u" took 1.1 times as long.
 struct Prefix {
   EightCharacters characters = 0;
   unsigned size = 0;
@@ -25,11 +25,11 @@ struct Prefix {
   }
 };
 
-// The room that a number may need beyond its width or precision, whichever is larger: a sign, the 39 digits of a float,
-// a point and nine decimals are the most, and padding may be written after their end.
+// The room that a number may need beyond its width or precision, whichever is larger: at most a sign, the 39 digits of
+// a float, a point and nine decimals, plus what pad() may write beyond their end.
 inline constexpr std::size_t kMaxOfNumber = 50 + kPadStep;
 
-// Writes spaces, prefix, zeros, the `digits` characters that `writeDigits` writes, and spaces. Returns their end.
+// Writes spaces, prefix, zeros, the `digits` characters of `writeDigits`, and spaces. Returns the end.
 template <typename WriteDigits>
 [[gnu::always_inline]] inline char* writeField(char* at, const Conversion& conversion, std::size_t width,
                                                std::size_t leastDigits, const Prefix& prefix, std::size_t digits,

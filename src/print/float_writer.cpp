@@ -41,7 +41,7 @@ char* writeBelow2To64(char* at, std::uint64_t number) {
   return putEight(at, eightDecimalDigits(static_cast<std::uint32_t>(number % kTenTo8)));
 }
 
-// Sixteen digits at a step, as each division of this size is a call that takes longer than all the rest.
+// Takes sixteen digits at a time, since each division of this size is a call that takes longer than all the rest.
 char* writeBelow2To128(char* at, Uint128 number) {
   constexpr std::uint64_t kTenTo16 = std::uint64_t{kTenTo8} * kTenTo8;
   if (number <= UINT64_MAX) return writeBelow2To64(at, static_cast<std::uint64_t>(number));
@@ -57,10 +57,10 @@ struct FixedFloat {
   std::uint32_t fraction;  // as many digits as the precision says
 };
 
-// Of significand / 2^shift, where the significand has at most 24 bits. Rounds to nearest, and halves to even. Nothing
-// is lost on the way: ten to the ninth has 30 bits.
+// Rounds significand / 2^shift, where the significand has at most 24 bits, to nearest, ties to even. Nothing overflows:
+// ten to the ninth has 30 bits.
 FixedFloat roundToPrecision(std::uint64_t significand, int shift, int precision) {
-  const int fractionBits = std::min(shift, 63);  // the number is 0 to any precision from 56 on
+  const int fractionBits = std::min(shift, 63);  // from 56 on, the number is 0 at any precision
   const std::uint64_t one = std::uint64_t{1} << fractionBits;
   const std::uint64_t power = kPowersOf10[precision];
   const std::uint64_t scaled = (significand & (one - 1)) * power;
@@ -82,7 +82,7 @@ template <typename WriteDigits>
   return writeField(at, conversion, static_cast<std::size_t>(conversion.width), 0, sign, size, write);
 }
 
-// A point and `precision` digits, or nothing if that is 0.
+// Writes a point and `precision` digits, or nothing if `precision` is 0.
 char* writeFraction(char* at, std::uint32_t fraction, int precision) {
   if (precision == 0) return at;
   *at++ = '.';
@@ -114,7 +114,7 @@ char* writeFixed(char* at, const Conversion& conversion, const Prefix& sign, std
   });
 }
 
-// "d.ddde+dd" with `count` digits, or "de+dd" with one.
+// Writes "d.ddde+dd" with `count` digits, or "de+dd" with one.
 char* writeScientific(char* at, const Conversion& conversion, const Prefix& sign, const NineDigits& digits,
                       unsigned count, int exponent) {
   const auto size = static_cast<unsigned>(exponent < 0 ? -exponent : exponent);

@@ -6,8 +6,8 @@
 #define FMT_ASSERT(condition, message) ((void)0)
 #define FMT_THROW(error) ((void)sizeof(error))
 
-// No digits are grouped, whatever std::locale the process has set. {fmt} then leaves std::locale out, which is a third
-// of a library with a static C++ run-time.
+// Digits are never grouped, whatever std::locale the process has set. {fmt} then leaves std::locale out, which would be
+// a third of a library with a static C++ run-time.
 #define FMT_STATIC_THOUSANDS_SEPARATOR '\0'
 
 #include <fmt/core.h>    // IWYU pragma: export

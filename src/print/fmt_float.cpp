@@ -27,8 +27,8 @@ class ClassicLocaleScope {
   locale_t previous_;
 };
 
-// {fmt} is told what it would have parsed, and only its code for floats gets into the library. It writes to a plain
-// pointer: with a buffer, which it asks for room at every character, %e took a fifth longer.
+// Passes {fmt} the specs that it would have parsed, so that only its code for floats gets into the library. It writes
+// through a plain pointer: with a buffer, which it asks for room at every character, %e took a fifth longer.
 char* writeInAnyLocale(char* at, const Conversion& conversion, float value) {
   fmt::format_specs specs;
   specs.width = conversion.width;
@@ -45,7 +45,7 @@ char* writeInAnyLocale(char* at, const Conversion& conversion, float value) {
   return fmt::printf_arg_formatter<char*, char>(at, specs, context)(value);
 }
 
-// The most digits that the precision can add. To infinities and NaNs it adds none, and %g without '#' drops trailing
+// The most digits that the precision can add. It adds none to infinities and NaNs, and %g without '#' drops trailing
 // zeros, so that no more remain than a float has.
 int mostDigits(const Conversion& conversion, bool isFinite) {
   constexpr int kMaxDigitsOfFloat = 112;  // those of the largest number below 2^-126

@@ -7,8 +7,8 @@
 
 namespace zarn::print {
 
-// More than a sign, the 39 digits of the largest float, a point and six digits, or a prefix or leading zeros and an
-// exponent; and {fmt} asks for one more than the width.
+// Enough for a sign, the 39 digits of the largest float, a point and six digits, or for a prefix or leading zeros and
+// an exponent, with some to spare; {fmt} asks for one more than the width.
 inline constexpr std::size_t kMaxByFmt = 64;
 
 // The room that writeByFmt() needs.

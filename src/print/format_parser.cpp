@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::uint32_t kMaxInt = INT_MAX;
 
-// Larger than any index: {fmt} takes those beyond INT_MAX for none.
+// Larger than any index: {fmt} ignores an index beyond INT_MAX.
 constexpr std::uint32_t kNoIndex = UINT32_MAX;
 
 bool isDigit(char c) { return '0' <= c && c <= '9'; }
@@ -31,7 +31,7 @@ void settleInteger(Conversion& to, char type, bool isWide) {
   if (std::string_view("diuLxXobBc").find(type) == std::string_view::npos) return;
   to.kind = Conversion::Kind::kInteger;
   to.type = type;
-  if (type == 'L') to.type = 'u';  // {fmt}'s "as the locale has it"; the host's locale must not show
+  if (type == 'L') to.type = 'u';  // {fmt}'s locale-specific form; the host's locale must not show
   // Deliberate (design.md, "Wide integers"): the argument is unsigned, and {fmt} widens it before it looks at the sign.
   if (type == 'd' || type == 'i') to.type = isWide ? 'u' : 'd';
   if (type == 'c') to.sign = '\0';
@@ -47,11 +47,11 @@ void settleInteger(Conversion& to, char type, bool isWide) {
   }
 }
 
-// Deliberate (design.md, "Floats by %g"): so {fmt} writes floats where the type is missing or does not suit one, such
-// as %d and %s. "%L" would have it take the host's locale.
+// Deliberate (design.md, "Floats by %g"): {fmt} writes a float by %g if the type is missing or does not suit one, such
+// as %d and %s. "%L" would make it use the host's locale.
 void settleFloat(Conversion& to, char type) {
-  // snprintf() of a hexadecimal float fails where the text would be longer than INT_MAX, and {fmt} tries again and
-  // again with more memory. "0x1." and an exponent like "p-149" have to fit as well.
+  // snprintf() of a hexadecimal float fails if the text would be longer than INT_MAX, and {fmt} tries again and again
+  // with more memory. "0x1." and an exponent like "p-149" must fit as well.
   constexpr int kMaxHexFloatPrecision = INT_MAX - 9;
   if ((type == 'a' || type == 'A') && to.precision > kMaxHexFloatPrecision) return;
   const bool suits = std::string_view("eEfFgGaA").find(type) != std::string_view::npos;
@@ -60,7 +60,7 @@ void settleFloat(Conversion& to, char type) {
   if (to.isLeft) to.isZeroPadded = false;
   if (to.type == 'a' || to.type == 'A') return;
 
-  // Left to {fmt}: more than nine digits; '#' where it adds any; "%.0g", of which it makes 00 and the like; and
+  // Left to {fmt}: more than nine digits; '#' if it adds characters; "%.0g", which it turns into 00 and the like; and
   // "%5.0f", which it sometimes miscounts.
   const int precision = to.precision == Conversion::kNoPrecision ? 6 : to.precision;
   const bool isGeneral = to.type == 'g' || to.type == 'G';
@@ -109,7 +109,7 @@ bool FormatParser::parse(Pieces& pieces) {
   return at_ < format_.size();
 }
 
-// NUL at the end.
+// Returns NUL at the end.
 char FormatParser::peek() const {
   return at_ < format_.size() ? static_cast<char>(fetched(static_cast<unsigned char>(format_[at_]))) : '\0';
 }
@@ -122,8 +122,8 @@ bool FormatParser::skip(char c) {
 
 bool FormatParser::isAtDigit() const { return isDigit(peek()); }
 
-// Deliberate (design.md, "Numbers beyond INT_MAX"): {fmt} notices only at the next digit that a number gets too large,
-// and leaves that digit and those after it to whatever comes next.
+// Deliberate (design.md, "Numbers beyond INT_MAX"): {fmt} notices that a number gets too large only at the next digit,
+// and leaves that digit and the following ones to be parsed as whatever comes next.
 std::uint32_t FormatParser::parseNumber() {
   std::uint32_t number = 0;
   for (char c = peek(); isDigit(c); c = peek()) {
@@ -152,8 +152,8 @@ void FormatParser::parseConversion(Conversion& to) {
   }
 }
 
-// A number at the start that is neither an index nor zero is the width, and then neither flags nor another width are
-// looked for.
+// A number at the start that is neither an index nor zero is the width; then neither flags nor another width are
+// parsed.
 std::uint32_t FormatParser::parseIndexFlagsAndWidth(Conversion& to) {
   std::uint32_t index = kNoIndex;
   if (const char first = peek(); isDigit(first)) {
@@ -217,7 +217,7 @@ void FormatParser::parsePrecision(Conversion& to) {
   }
 }
 
-// Whether a '*' stands for the value. To {fmt}, a float counts as 0, and so does an argument that is missing.
+// Whether a '*' takes the value. {fmt} reads a float as 0, and a missing argument, too.
 bool FormatParser::countIsValue() { return ids_.takeNext() && !isFloat_; }
 
 FormatParser::Length FormatParser::parseLength() {

@@ -1,4 +1,4 @@
-// A device's format string, taken apart.
+// Parses a device's format string.
 #pragma once
 
 #include <climits>
@@ -14,36 +14,37 @@ namespace zarn::print {
 struct Conversion {
   enum class Kind : std::uint8_t {
     kNone,      // no text
-    kPlain,     // bare d or u of an integer; x, at most padded with zeros to eight digits
-    kInteger,   // any other conversion of an integer
-    kFixed,     // f or F of a float with at most nine digits after the point
-    kExponent,  // e or E of a float with at most nine digits in all
-    kGeneral,   // g or G of a float with one to nine digits
-    kByFmt,     // any other conversion of a float
+    kPlain,     // an integer by bare d or u, or by x with at most zero padding to eight digits
+    kInteger,   // an integer by any other conversion
+    kFixed,     // a float by f or F with at most nine digits after the point
+    kExponent,  // a float by e or E with at most nine digits in all
+    kGeneral,   // a float by g or G with one to nine digits
+    kByFmt,     // a float by any other conversion
   };
 
   // Members have no initial values, so that a list of pieces costs nothing until it is filled.
   Kind kind;
-  char type;             // of an integer d (signed), u, x, X, o, b, B or c; of a float e, f, g, a, or one in upper case
-  char sign;             // in front of what is not negative: '+', ' ', or NUL for none
-  std::uint8_t cutBits;  // that a length modifier takes off the top of an integer
+  char type;             // integers: d (signed), u, x, X, o, b, B or c; floats: e, f, g, a, or upper case
+  char sign;             // for a value that is not negative: '+', ' ', or NUL for none
+  std::uint8_t cutBits;  // bits that a length modifier cuts off the top of an integer
   bool isLeft;
   bool isZeroPadded;
   bool isAlternate;       // '#'
   bool isWidthValue;      // '*' takes the value
   bool isPrecisionValue;  // likewise
   int width;
-  int precision;  // of the kind kPlain the least number of digits; kNoPrecision only where the kind is kByFmt
+  int precision;  // for kPlain the minimum number of digits; kNoPrecision only for kByFmt
 
   static constexpr int kNoPrecision = -1;
-  static constexpr int kMaxFloatDigits = 9;  // where {fmt} does not write it
+  static constexpr int kMaxFloatDigits = 9;  // of a float that {fmt} does not write
 };
 
 inline std::size_t widthOf(const Conversion& conversion, std::uint32_t word) {
   return conversion.isWidthValue ? word : static_cast<std::uint32_t>(conversion.width);
 }
 
-// Deliberate (design.md, "Numbers beyond INT_MAX"): where '*' takes a precision that is no int, that counts as 0.
+// Deliberate (design.md, "Numbers beyond INT_MAX"): a precision that '*' takes from the value counts as 0 if it does
+// not fit an int.
 inline std::size_t precisionOf(const Conversion& conversion, std::uint32_t word) {
   if (!conversion.isPrecisionValue) return static_cast<std::uint32_t>(conversion.precision);
   return word > INT_MAX ? 0 : word;
@@ -55,8 +56,8 @@ struct Piece {
   Conversion conversion;
 };
 
-// Some pieces of a format. A format with more is taken apart again for each value, so that none takes much memory: a
-// list of all pieces of 16 MiB of "%%" took 600 MiB.
+// Some pieces of a format. A format with more is parsed again for each value, so that none takes much memory: a list of
+// all pieces of 16 MiB of "%%" took 600 MiB.
 class Pieces {
  public:
   const Piece* begin() const { return pieces_.data(); }
@@ -81,26 +82,25 @@ class Pieces {
   std::size_t size_ = 0;
 };
 
-// Reads a format as {fmt} 7's printf does when it is given one argument. A malformed conversion gives what {fmt} makes
-// of it.
+// Parses a format as {fmt} 7's printf does with one argument. A malformed conversion gives whatever {fmt} makes of it.
 //
-// Deliberate (design.md, "Silent conversions"): those with which {fmt} would do harm give no text. They use up their
-// argument like any other.
+// Deliberate (design.md, "Silent conversions"): conversions with which {fmt} would do harm give no text. They use up
+// their argument like any other.
 //
-// The format may change while it is read: each character that decides about anything is fetched once.
+// The format may change while it is read, so each character that decides anything is fetched once.
 class FormatParser {
  public:
-  // Pieces refer to the format's characters.
+  // Pieces point into the format.
   FormatParser(std::string_view format, bool isFloat) : format_(format), isFloat_(isFloat) {}
 
-  // Replaces the list by the next pieces, as many as there is room for. Returns whether more may follow.
+  // Replaces `pieces` with the next ones, as many as there is room for. Returns whether more may follow.
   bool parse(Pieces& pieces);
 
  private:
   enum class Length { kInt, kChar, kShort, kWide };
 
-  // Which references get the argument. There is only one, so the first reference without an index gets it.
-  // Deliberate (design.md, "Index first"): once an index came first, every reference without one is to argument 1.
+  // Decides which references get the argument. There is only one, so the first reference without an index gets it.
+  // Deliberate (design.md, "Index first"): if an index came first, every reference without one is to argument 1.
   class ArgumentIds {
    public:
     bool takeNext();
@@ -128,7 +128,7 @@ class FormatParser {
   bool isFloat_;
   std::size_t at_ = 0;  // the next character to read
   ArgumentIds ids_;
-  bool isSilent_ = false;  // the conversion at hand gives no text
+  bool isSilent_ = false;  // the current conversion gives no text
 };
 
 }  // namespace zarn::print

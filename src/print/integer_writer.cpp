@@ -11,7 +11,7 @@
 namespace zarn::print {
 namespace {
 
-// Digits of base 8 or 2.
+// Digits in base 8 or 2.
 template <unsigned bits>
 unsigned countDigits(std::uint32_t number) {
   return (static_cast<unsigned>(std::bit_width(number | 1)) + bits - 1) / bits;

@@ -1,4 +1,4 @@
-// Integers in the text.
+// Writes integers.
 #pragma once
 
 #include <algorithm>
@@ -15,15 +15,14 @@ inline unsigned countHexDigits(std::uint32_t number) {
   return (static_cast<unsigned>(std::bit_width(number | 1)) + 3) / 4;
 }
 
-// Writes the last `count` digits of a number, 1 to 8.
+// Writes the last `count` hexadecimal digits of a number, 1 to 8.
 inline char* writeHex(char* at, std::uint32_t number, unsigned count, char ten) {
   putEight(at, hexDigits(number, ten) << (64 - 8 * count));
   return at + count;
 }
 
-// Writes what a conversion of the kind kPlain makes of `word`, where there is room for kMaxOfNumber characters, and
-// returns its end. With 'X' among them, which is one comparison more, prints of all threads and pads took 1.1 times as
-// long.
+// Writes `word` by a conversion of kind kPlain, and returns its end. Needs room for kMaxOfNumber characters. With 'X'
+// handled here, too, at the cost of one more comparison, prints of all threads and pads took 1.1 times as long.
 inline char* writePlain(char* at, const Conversion& conversion, std::uint32_t word) {
   if (conversion.type == 'x') {
     const unsigned count = std::max(countHexDigits(word), static_cast<unsigned>(conversion.precision));
@@ -36,7 +35,7 @@ inline char* writePlain(char* at, const Conversion& conversion, std::uint32_t wo
   return writeDecimal(at, word);
 }
 
-// The same for kInteger, where there is room for kMaxOfNumber characters more than the width or the precision.
+// The same for kInteger. Needs room for kMaxOfNumber characters more than the width or the precision.
 char* writeInteger(char* at, const Conversion& conversion, std::uint32_t word);
 
 }  // namespace zarn::print

@@ -1,4 +1,4 @@
-// Lines of a label and a value.
+// Writes lines of a label and a value.
 #pragma once
 
 #include <cstddef>
@@ -14,14 +14,15 @@ class LineWriter {
  public:
   static constexpr std::size_t kMaxLabel = 32;
 
-  // `format` is NUL-terminated and has to outlive this object. `lines` lines will be appended.
+  // `format` is NUL-terminated and must outlive this object. `lines` lines will be appended.
   LineWriter(Text& out, const char* format, bool isFloat, std::uint32_t lines)
       : out_(out), values_(format, isFloat), maxLine_(kMaxLabel + values_.mostCharacters() + 1) {
     out_.expectLines(lines);
   }
 
-  // `writeLabel` writes at most kMaxLabel characters and returns their end. A line is written in place where there is
-  // room for the longest one; piece by piece, each of which asks for room, most lines took 1.4 to 2.6 times as long.
+  // `writeLabel` writes at most kMaxLabel characters and returns their end. A line is written in place if there is room
+  // for the longest one. Written piece by piece, with a check for room at each, most lines took 1.4 to 2.6 times as
+  // long.
   template <typename WriteLabel>
   void append(WriteLabel writeLabel, std::uint32_t word) {
     if (out_.room() < maxLine_) [[unlikely]] {
@@ -35,8 +36,8 @@ class LineWriter {
   }
 
  private:
-  // A line that may not fit is appended piece by piece, so that memory is taken only if it is needed: the longest one
-  // can have 2 GiB, and most are much shorter.
+  // A line that may not fit is appended piece by piece, so that memory is taken only if needed: the longest line can be
+  // 2 GiB, but most are much shorter.
   void appendByPieces(std::string_view label, std::uint32_t word);
 
   Text& out_;

@@ -31,7 +31,7 @@ std::uint32_t word(const void* buffer, std::size_t offset) {
   return loadU32(static_cast<const std::uint8_t*>(buffer) + offset);
 }
 
-// The word at `offset`, or 0xFFFFFFFF where the buffer is null or ends before the word does.
+// The word at `offset`, or 0xFFFFFFFF if the buffer is null or ends before the word does.
 std::uint32_t identifier(const void* buffer, std::size_t size, std::size_t offset) {
   if (buffer == nullptr || size < offset + 4) return 0xFFFFFFFF;
   return word(buffer, offset);
@@ -40,7 +40,7 @@ std::uint32_t identifier(const void* buffer, std::size_t size, std::size_t offse
 }  // namespace
 
 Header readHeader(const void* buffer, std::size_t bufferSize, const char* stringTable, std::size_t stringTableSize) {
-  // Deliberate (design.md, "620 bytes"): the last 64 bytes have to be there, although nothing reads them.
+  // Deliberate (design.md, "620 bytes"): the last 64 bytes must be there, although nothing reads them.
   if (buffer == nullptr || bufferSize < ZARN_PRINT_BUFFER_MIN_SIZE) return {nullptr, HeaderFault::kTooShort};
   const std::uint32_t formatOffset = word(buffer, kFormatOffset);
   if (stringTable == nullptr || stringTableSize <= formatOffset) {
@@ -50,7 +50,7 @@ Header readHeader(const void* buffer, std::size_t bufferSize, const char* string
   const std::uint32_t headerWord = word(buffer, kHeaderWord);
   const std::uint32_t printKind = headerWord & 0x1F;
   const std::uint32_t dataType = headerWord >> 6 & 0x1F;
-  // Deliberate (design.md, "Header word 0"): 0x20 is kind 0 and data type 0 like 0, but accepted.
+  // Deliberate (design.md, "Header word 0"): 0x20 is kind 0 and data type 0, as 0 is, but it is accepted.
   if (headerWord == 0) return {nullptr, HeaderFault::kHeaderWord};
   if (printKind > kMaxPrintKind) return {nullptr, HeaderFault::kPrintKind, printKind};
   if (dataType > kMaxDataType) return {nullptr, HeaderFault::kDataType, dataType};

@@ -26,7 +26,7 @@ enum class HeaderFault { kNone, kTooShort, kFormatOffset, kHeaderWord, kPrintKin
 // A checked header, or what is wrong with it.
 struct Header {
   InfoPtr info;
-  HeaderFault fault = HeaderFault::kNone;  // where there is no record
+  HeaderFault fault = HeaderFault::kNone;  // if there is no record
   std::uint32_t number = 0;                // the format offset, print kind or data type at fault
 };
 

@@ -6,7 +6,7 @@
 
 namespace zarn::print {
 
-// Appends the text to one that is empty.
+// Appends the text to `out`, which must be empty.
 void appendText(Text& out, const PrintBufInfo& info);
 
 }  // namespace zarn::print

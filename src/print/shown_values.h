@@ -11,7 +11,7 @@
 
 namespace zarn::print {
 
-// A value, and the part of the text that its format has made of it.
+// A value, and the part of the text that its format produced.
 struct ShownValue {
   Place place;
   std::uint32_t word;
@@ -19,7 +19,7 @@ struct ShownValue {
   std::size_t end;
 };
 
-// Appends the text to one that is empty, and lists the values in their order.
+// Appends the text to `out`, which must be empty, and lists the values in order.
 std::vector<ShownValue> appendTextAndList(Text& out, const PrintBufInfo& info);
 
 }  // namespace zarn::print

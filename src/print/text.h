@@ -1,4 +1,4 @@
-// The text of a print buffer while it is built.
+// The text of a print buffer as it is built.
 #pragma once
 
 #include <algorithm>
@@ -10,7 +10,7 @@
 
 namespace zarn::print {
 
-// Copies text that is mostly too short for a call of memcpy() to pay, and returns the end of the copy.
+// Copies text, which is mostly too short for a call to memcpy() to pay off, and returns the end of the copy.
 inline char* copy(char* at, std::string_view text) {
   const std::size_t size = text.size();
   const char* const from = text.data();
@@ -30,7 +30,7 @@ inline char* copy(char* at, std::string_view text) {
 }
 
 // Text is appended by writing it after the end and setting the new end. There is always some spare room, so that
-// nothing takes memory only because it writes a little surplus, or because it could be a little longer than it is.
+// nothing takes memory only because it writes a little surplus, or because it might have been a little longer.
 class Text {
  public:
   Text() : end_(buffer_.data()), limit_(end_ + kWithoutHeap) {}
@@ -49,15 +49,15 @@ class Text {
     end_ = copy(end_, text);
   }
 
-  // Appends what `write` writes at the place that it is given, up to the end that it returns; it needs room for `most`
-  // characters. A text that fits takes no memory if `most` exceeds its size by at most kSpare.
+  // Calls `write` with a place that has room for `most` characters, and appends what it writes up to the end that it
+  // returns. A text that fits takes no memory if `most` exceeds its size by at most kSpare.
   template <typename Write>
   void append(std::size_t most, Write write) {
     if (room() < most) enlarge(most);
     setEnd(write(end_));
   }
 
-  // `count` lines of much the same length will be appended next.
+  // The next `count` lines will be of similar length.
   void expectLines(std::size_t count) {
     linesBegin_ = size();
     lines_ = count;
@@ -80,7 +80,7 @@ class Text {
       enlarge(0);
   }
 
-  // Makes room for `count` characters and, judging by the lines that are there, for those to come.
+  // Makes room for `count` characters and, judging by the lines so far, for the lines to come.
   [[gnu::noinline]] void enlarge(std::size_t count) {
     constexpr std::size_t kMaxInAdvance = 1 << 20;
     const std::size_t used = size();

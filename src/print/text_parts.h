@@ -1,4 +1,4 @@
-// What the text of a print buffer consists of: a header block, and one line for each value.
+// The parts of a print buffer's text: a header block, and a line for each value.
 #pragma once
 
 #include <array>
@@ -21,11 +21,10 @@ inline constexpr char kPadNames[kPads][3] = {"L0", "L1", "R0", "R1", "U0", "U1",
 
 inline constexpr std::uint32_t kThreadsPerSubmask = 16;
 
-// The lower of each thread's two bits, set where the thread is selected: by either of them, as 1, 2 and 3 mean the
-// same.
+// A mask with the lower of each selected thread's two bits. Either bit selects the thread: 1, 2 and 3 mean the same.
 inline std::uint32_t selectedThreads(std::uint32_t submask) { return (submask | submask >> 1) & 0x55555555; }
 
-inline constexpr std::size_t kMaxHeaderBlock = 206;  // 199 with the longest numbers, and 7 of surplus by writeHex()
+inline constexpr std::size_t kMaxHeaderBlock = 206;  // 199 with the longest numbers, plus a surplus of 7 by writeHex()
 
 template <std::size_t size>
 char* writeDecimalLine(char* at, const char (&name)[size], std::uint32_t number) {
@@ -61,7 +60,7 @@ struct Place {
   std::uint32_t lane = 0;   // of a pad
 };
 
-// `Lines` is a LineWriter whose append() is first told where the value belongs.
+// `Lines` is a LineWriter whose append() takes the value's place first.
 
 template <typename Lines>
 void printThread(const PrintBufInfo& info, Lines& lines, std::uint32_t thread, bool is64Bit) {
@@ -73,7 +72,7 @@ void printThread(const PrintBufInfo& info, Lines& lines, std::uint32_t thread, b
   if (!is64Bit) {
     lines.append(Place{Kind::kThread, thread}, writeLabel, word);
   } else {
-    // Deliberate (design.md, "Halves"): they are two values, each with the whole format, and never one 64-bit number.
+    // Deliberate (design.md, "Halves"): they are two values, each with the whole format, never one 64-bit number.
     lines.append(Place{Kind::kThreadLow, thread}, writeLowLabel, word);
     lines.append(Place{Kind::kThreadHigh, thread}, writeHighLabel, wordAt(info.data, kThreads + thread));
   }
@@ -89,7 +88,7 @@ void printThreads(const PrintBufInfo& info, Lines& lines, const Submasks& submas
   }
 }
 
-// 64 lines; `first` is the index of the first pad value.
+// Prints 64 lines; `first` is the index of the first pad value.
 template <typename Lines>
 void printPad(const PrintBufInfo& info, Lines& lines, std::uint32_t first) {
   for (std::uint32_t pad = 0; pad < kPads; ++pad) {
@@ -121,21 +120,21 @@ void printBody(const PrintBufInfo& info, Lines& lines, const Submasks& submasks)
     case 0:
       printThreads(info, lines, submasks, info.is64Bit);
       break;
-    case 1:  // Deliberate (design.md, "Low half alone"): 64-bit data is shown whole by print type 0 only.
+    case 1:  // Deliberate (design.md, "Low half alone"): only print type 0 shows 64-bit data whole.
       lines.append(
           Place{}, [](char* at) { return at; }, wordAt(info.data, 0));
       break;
     case 2:
       printPad(info, lines, 0);
       break;
-    case 3:  // Deliberate (design.md, "All threads"): the header block shows a submask that selects nothing here.
+    case 3:  // Deliberate (design.md, "All threads"): the header block shows the submasks, but they select nothing.
       printThreads(info, lines, {~0U, ~0U, ~0U, ~0U}, false);
       printPad(info, lines, kThreads);
       break;
   }
 }
 
-// Appends the text to one that is empty. `more` is for the lines.
+// Appends the text to `out`, which must be empty. `more` is passed to `Lines`.
 template <typename Lines, typename... More>
 void appendTextBy(Text& out, const PrintBufInfo& info, More&... more) {
   Submasks submasks;

@@ -19,10 +19,10 @@ namespace {
 
 using Kind = Conversion::Kind;
 
-// Whether '*' takes a width that is not an int.
+// Whether '*' takes a width that does not fit an int.
 bool isSilent(const Conversion& conversion, std::uint32_t word) { return conversion.isWidthValue && word > INT_MAX; }
 
-// Infinities and NaNs are written by {fmt} into room that was made for other floats.
+// {fmt} writes infinities and NaNs into room that was made for other floats.
 static_assert(kMaxOfNumber >= kMaxByFmt);
 
 // The room that a value needs; `count` is the value of '*'.
@@ -40,7 +40,7 @@ ValueWriter::ValueWriter(const char* format, bool isFloat)
   for (const auto& [text, conversion] : pieces_) {
     mostCharacters_ += text.size() + mostCharactersOf(conversion, INT_MAX, true);
   }
-  if (hasMore_) mostCharacters_ = SIZE_MAX / 2;  // not known, and more than there ever is room for
+  if (hasMore_) mostCharacters_ = SIZE_MAX / 2;  // unknown: more than there ever is room for
 }
 
 char* ValueWriter::writeOther(char* at, const Conversion& conversion, std::uint32_t word) {

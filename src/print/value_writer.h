@@ -1,4 +1,4 @@
-// Values written by the pieces of a format.
+// Writes values with the pieces of a format.
 #pragma once
 
 #include <cstddef>
@@ -13,14 +13,14 @@ namespace zarn::print {
 // Writes 32-bit words, which are unsigned integers or the bits of floats.
 class ValueWriter {
  public:
-  // `format` is NUL-terminated and has to outlive this object.
+  // `format` is NUL-terminated and must outlive this object.
   ValueWriter(const char* format, bool isFloat);
 
-  // The room that any value needs.
+  // Enough room for any value.
   std::size_t mostCharacters() const { return mostCharacters_; }
 
-  // Writes the text of `word` where there is room for mostCharacters(), and returns its end. Inline, because a call for
-  // each line took 2 to 9 % of the whole (GCC 12, x86).
+  // Writes the text of `word`, which needs room for mostCharacters(), and returns its end. Inline, because a call for
+  // each line took 2 to 9 % of the total (GCC 12, x86).
   [[gnu::always_inline]] char* write(char* at, std::uint32_t word) const {
     for (const auto& [text, conversion] : pieces_) {
       at = copy(at, text);
@@ -33,15 +33,15 @@ class ValueWriter {
     return at;
   }
 
-  // The same piece by piece, with no more memory than this text takes.
+  // The same, piece by piece, with no more memory than this text takes.
   void append(Text& out, std::uint32_t word) const;
 
  private:
   static char* writeOther(char* at, const Conversion& conversion, std::uint32_t word);
   static void appendPieces(Text& out, const Pieces& pieces, std::uint32_t word);
 
-  Pieces pieces_;        // the first, and nearly always all
-  FormatParser parser_;  // of those after them
+  Pieces pieces_;        // the first pieces, nearly always all
+  FormatParser parser_;  // for the remaining pieces
   bool hasMore_;
   std::size_t mostCharacters_ = 0;
 };
