@@ -11,20 +11,19 @@
 namespace zarn::desc {
 namespace {
 
-// An entry with a descriptor of one unit of 64 bytes and one record. Those without a descriptor are shorter.
+// An entry with one record and a one-unit descriptor of 64 bytes. Entries without a descriptor are shorter.
 constexpr std::uint32_t kOneUnitEntry = kHeaderSize + 64 + kRecordSize;
 static_assert(EntryWalk::kMinLogSize == Log::kTrailerSize + kOneUnitEntry);
 
-// From a record's end back to its fields.
+// Distances from a record's end back to its fields.
 constexpr std::uint32_t kTagBeforeEnd = 2;
 constexpr std::uint32_t kStartOffsetBeforeEnd = 4;
 
-// Deliberate (design.md, "16-bit positions"): an entry's newest tag, its start offset and its PC are read at positions
-// that are cut to 16 bits after their reduction. Those of the backward walk, of the gathered PCs and of the descriptor
-// are not.
+// Deliberate (design.md, "16-bit positions"): an entry's newest tag, start offset and PC are read at positions that are
+// cut to 16 bits after reduction. The positions of the backward walk, the gathered PCs and the descriptor are not.
 std::uint16_t low16Bits(std::uint32_t position) { return static_cast<std::uint16_t>(position); }
 
-// The type of an entry whose newest record has that tag; nothing for an unknown tag.
+// The type of an entry whose newest record has this tag, or nothing if the tag is unknown.
 std::optional<EntryType> typeOf(Tag tag) {
   switch (tag) {
     case Tag::kEdma:
@@ -51,8 +50,8 @@ std::uint32_t bytesPerUnit(EntryType type) {
   return 64;
 }
 
-// Counts ring-buffer records by kind, backwards from the one whose tag lies at `position`, up to the first other
-// record. Goes over at most `most` records, which lie in one piece, and returns how many it has counted.
+// Counts ring-buffer records by kind, backwards from the one whose tag is at `position`, up to the first other record.
+// Checks at most `most` records, which lie in one piece, and returns how many it counted.
 std::uint32_t countBack(const Log& log, std::uint32_t position, std::uint32_t most, Entry& entry) {
   const std::uint8_t* const ring = log.at(0);
   std::uint32_t left = most;
@@ -68,13 +67,13 @@ std::uint32_t countBack(const Log& log, std::uint32_t position, std::uint32_t mo
   return most - left;
 }
 
-// Counts the entry's ring-buffer records from the newest backwards, up to the first other record or until the whole
-// ring has been stepped over, and finds the oldest of them.
+// Counts the entry's ring-buffer records from the newest backwards, up to the first other record or once round the
+// ring, and finds the oldest of them.
 void walkBack(const Log& log, std::uint16_t writeOffset, Entry& entry) {
   std::uint32_t position = writeOffset;
   std::uint32_t left = log.ringSize() / kRecordSize + (log.ringSize() % kRecordSize != 0);
   while (left > 0) {
-    // From here down to the ring's start the tags lie a record's size apart.
+    // From here down to the start of the ring, tags are one record size apart.
     const std::uint32_t tagPosition = log.ring(position - kTagBeforeEnd);
     const std::uint32_t inPiece = std::min(left, tagPosition / kRecordSize + 1);
     const std::uint32_t counted = countBack(log, tagPosition, inPiece, entry);
@@ -93,17 +92,16 @@ std::uint16_t startPosition(const Log& log, std::uint16_t writeOffset) {
   return low16Bits(log.ring(writeOffset - kStartOffsetBeforeEnd));
 }
 
-// The start offset of the newest record, the two bytes before its tag. Their buffer offsets have 32 bits: for a tag at
-// 0 or 1 they lie just below 4 GiB. A byte that lies outside the buffer is looked up in the ring like any other
-// position.
+// The start offset of the newest record: the two bytes before its tag. Their buffer offsets are 32 bits wide, so for a
+// tag at 0 or 1 they lie just below 4 GiB. A byte outside the buffer is looked up in the ring like any other position.
 std::uint16_t anchorBefore(const Log& log, std::uint16_t tagPosition) {
   return static_cast<std::uint16_t>(log.byteAt(tagPosition - 2U) | log.byteAt(tagPosition - 1U) << 8);
 }
 
-// The size of a descriptor in bytes, or nothing where the log is too small to cut it.
+// The size of a descriptor in bytes, or nothing if the log is too small to cut it.
 std::optional<std::uint32_t> descriptorSize(const Log& log, EntryType type, std::uint16_t units) {
   const std::uint32_t raw = units * bytesPerUnit(type);
-  // Deliberate (design.md, "76 and 128"): the test and the cut differ. For logs below 76 bytes the test wraps, too, and
+  // Deliberate (design.md, "76 and 128"): the test and the cut differ. For logs below 76 bytes the test also wraps, so
   // nothing is ever cut: such a descriptor goes round and round its tiny ring.
   const auto size = static_cast<std::uint32_t>(log.size());
   if (raw <= size - kOneUnitEntry) return raw;
@@ -111,7 +109,7 @@ std::optional<std::uint32_t> descriptorSize(const Log& log, EntryType type, std:
   return size - 128;
 }
 
-// Fills in the entry whose newest record ends at `writeOffset`, or says why there is none that can be decoded.
+// Fills in the entry whose newest record ends at `writeOffset`, or says why none can be decoded there.
 Stop locate(const Log& log, std::uint16_t writeOffset, Entry& entry) {
   entry = {};
   if (log.ringSize() == 0) return Stop::kNoRing;
@@ -124,7 +122,7 @@ Stop locate(const Log& log, std::uint16_t writeOffset, Entry& entry) {
   std::uint16_t anchor = writeOffset;
   if (rbKind(tag) != kRbKinds) {
     walkBack(log, writeOffset, entry);
-    // Deliberate (design.md, "PC before the start"): it comes from the eight bytes that end at the entry's own start,
+    // Deliberate (design.md, "PC before the start"): it comes from the eight bytes just before the entry's own start,
     // where the newest record of the entry before it lies.
     anchor = anchorBefore(log, tagAt);
     if (anchor > log.size()) return Stop::kStartOutside;
@@ -178,14 +176,14 @@ bool isBelowZero(Stop stop, std::uint16_t writeOffset) {
 EntryWalk::EntryWalk(const Log& log)
     : log_(log), limit_(log.ringSize() / kOneUnitEntry), writeOffset_(log.writeOffset()) {}
 
-// In 32 bits. Rings that hold an entry at all leave a limit above 0.
+// Computed in 32 bits. Any ring that can hold an entry has a limit above 0.
 std::uint32_t EntryWalk::byteLimit() const { return static_cast<std::uint32_t>(log_.size()) - kOneUnitEntry; }
 
 bool EntryWalk::next(Entry& entry) {
   if (count_ == limit_ || sum_ >= byteLimit() || locate(log_, writeOffset_, entry) != Stop::kNone) return false;
   ++count_;
-  // Deliberate (design.md, "Uncounted records"): end and release records take 8 bytes each in the log, but none in this
-  // sum. Entries may refer to each other in a circle; the sum and the limit end that, too.
+  // Deliberate (design.md, "Uncounted records"): end and release records take 8 bytes each in the log but add nothing
+  // to this sum. Entries may refer to each other in a circle; the sum and the limit end that, too.
   sum_ +=
       std::uint64_t{kRecordSize} * entry.rbCounts[rbKind(Tag::kRbNextPtr)] + entry.descSize + kHeaderSize + kRecordSize;
   writeOffset_ = entry.start;  // entries are contiguous: the one before ends where this one starts

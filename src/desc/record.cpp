@@ -1,4 +1,4 @@
-// Records of entries: one, or those of all entries from the newest backwards.
+// Makes records of the newest entry, or of all entries from the newest backwards.
 
 #include "record.h"
 
@@ -15,7 +15,7 @@
 namespace zarn::desc {
 namespace {
 
-// The slots of a PC array that are not filled yet.
+// The part of a PC array that is not filled yet.
 struct PcList {
   std::uint32_t* next;
   std::uint32_t room;
@@ -40,15 +40,15 @@ void setFields(const Log& log, const Entry& entry, DescBufInfo& record) {
   record.descSize = entry.descSize;
 }
 
-// From the oldest record to the newest. A kind can be met more or less often than it was counted: where the backward
-// walk crossed position 0 of a ring whose length is not a power of two, and where the log changes meanwhile. PCs
-// without room are dropped, and slots without a PC become 0.
+// Goes from the oldest record to the newest. It can meet more or fewer records of a kind than were counted if the
+// backward walk crossed position 0 of a ring whose length is not a power of two, or if the log has changed meanwhile.
+// PCs without room are dropped, and slots without a PC become 0.
 void gatherPcs(const Log& log, const Entry& entry, DescBufInfo& record) {
   PcList lists[kRbKinds + 1];
   lists[rbKind(Tag::kRbNextPtr)] = {record.rbNextPtrPcs, record.rbNextPtrCount};
   lists[rbKind(Tag::kRbEnd)] = {record.rbEndPcs, record.rbEndCount};
   lists[rbKind(Tag::kRbRelease)] = {record.rbReleasePcs, record.rbReleaseCount};
-  lists[kRbKinds] = {nullptr, 0};  // of all other tags
+  lists[kRbKinds] = {nullptr, 0};  // for all other tags
   log.visitRecords(entry.oldest, entry.rbTotal(), [&lists](const std::uint8_t* at, std::uint32_t count) {
     while (count > 0) {
       const std::uint16_t tag = loadU16(at + kTagInRecord);

@@ -1,4 +1,4 @@
-// Decoded entries as the records that the exported interface hands out.
+// Turns located entries into the records that the exported interface hands out.
 #pragma once
 
 #include "entry.h"
@@ -7,13 +7,13 @@
 
 namespace zarn::desc {
 
-// Everything but the arrays.
+// Sets everything but the arrays.
 void setFields(const Log& log, const Entry& entry, DescBufInfo& record);
 
-// Fills the PC arrays, which have as many elements as their counts say.
+// Fills the PC arrays, whose sizes are the record's counts.
 void gatherPcs(const Log& log, const Entry& entry, DescBufInfo& record);
 
-// A new record of the entry; it and its arrays belong to the caller.
+// Makes a record of the entry. The caller owns it and its arrays.
 DescBufInfo* makeRecord(const Log& log, const Entry& entry);
 
 // Releases a record and its arrays, each of which may be null.

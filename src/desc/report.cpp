@@ -20,7 +20,7 @@ namespace {
 template <typename Place>
 constexpr bool kWrites = std::same_as<Place, char*>;
 
-// Literals, so that they are copied with lengths that are known here.
+// Takes literals, so that the length of each copy is known at compile time.
 template <typename Place, std::size_t n>
 Place put(Place at, const char (&text)[n]) {
   if constexpr (kWrites<Place>) std::memcpy(at, text, n - 1);
@@ -35,22 +35,22 @@ Place putLine(Place at, const char (&label)[n], std::uint32_t number) {
   return put(put(put(at, label), number), "\n");
 }
 
-// The label of lines with PCs. All labels are copied with the same length; the surplus of a shorter one is overwritten
-// by the rest of its line.
+// The label of lines with PCs. All labels are copied at the same length; the rest of the line overwrites the surplus of
+// a shorter one.
 struct PcLabel {
   template <std::size_t n>
   constexpr PcLabel(const char (&text)[n]) : size(n - 1) {
     static_assert(sizeof text - 1 <= sizeof characters && sizeof characters <= sizeof text - 1 + sizeof "0] : 0\n" - 1);
     std::copy_n(text, n - 1, characters);
   }
-  // The characters of a line without the digits of its two numbers.
+  // The length of a line without the digits of its two numbers.
   constexpr std::size_t fixedSize() const { return size + sizeof "] : \n" - 1; }
 
   char characters[20] = {};
   std::size_t size;
 };
 
-// Deliberate (design.md, "Signed counts"): a count of 2^31 or more stands for none.
+// Deliberate (design.md, "Signed counts"): a count of 2^31 or more is taken as 0.
 std::uint32_t signedCount(std::uint32_t count) { return count > INT32_MAX ? 0 : count; }
 
 template <typename Place>
@@ -60,7 +60,7 @@ Place putLogHeader(Place at, const DescBufInfo& record) {
                                : put(at, "Descriptor is over sized : no\n");
 }
 
-// " 00" to " ff", and one more character so that each can be written as a word of four.
+// " 00" to " ff", plus a character so that each can be written as one four-byte word.
 constexpr auto kTableEntries = [] {
   constexpr char kDigits[] = "0123456789abcdef";
   std::array<std::array<char, 4>, 256> entries{};
@@ -72,13 +72,13 @@ constexpr auto kTableEntries = [] {
 
 constexpr std::uint32_t kBytesPerRow = 32;
 
-// Rows of 32 bytes as two hexadecimal digits each.
+// Writes rows of 32 bytes, each byte as two hexadecimal digits.
 char* writeRows(char* at, const std::uint8_t* bytes, std::uint32_t count) {
-  // The fourth character of each entry is overwritten by the next one's blank, and the last one's ends the row.
+  // The next entry's blank overwrites each entry's fourth character; the last one ends the row.
   const auto writeEntry = [](char* place, std::uint8_t byte) { std::memcpy(place, kTableEntries[byte].data(), 4); };
   for (std::uint32_t first = 0; first < count; first += kBytesPerRow, ++at) {
     std::uint32_t left = std::min(kBytesPerRow, count - first);
-    // Eight at a step take 0.29 ns a byte. One at a step took 0.34 or 0.56, depending on where in memory the linker
+    // Eight at a time take 0.29 ns per byte. One at a time took 0.34 or 0.56, depending on where in memory the linker
     // puts the loop.
     for (; left >= 8; left -= 8, bytes += 8, at += 24) {
       for (std::ptrdiff_t i = 0; i < 8; ++i) writeEntry(at + 3 * i, bytes[i]);
@@ -109,7 +109,7 @@ std::size_t putPcs(std::size_t at, const PcLabel& label, const std::uint32_t* pc
 char* putPcs(char* at, const PcLabel& label, const std::uint32_t* pcs, std::uint32_t count, std::size_t& pcRoom) {
   constexpr std::size_t kLongestLine = sizeof label.characters + sizeof "4294967295] : 4294967295\n" - 1;
   for (std::uint32_t i = 0; i < count;) {
-    // Lines that fit whatever their lengths, without looking at each; near the end, single lines that fit.
+    // As many lines as fit whatever their lengths, without checking each; near the end, one line at a time if it fits.
     auto fitting = static_cast<std::uint32_t>(std::min<std::size_t>(count - i, pcRoom / kLongestLine));
     if (fitting == 0 && label.fixedSize() + decimalDigits(i) + decimalDigits(pcs[i]) <= pcRoom) fitting = 1;
     if (fitting == 0) break;
@@ -124,7 +124,7 @@ char* putPcs(char* at, const PcLabel& label, const std::uint32_t* pcs, std::uint
   return at;
 }
 
-// "no" is written only for a RingBufferATE entry, "yes" and the PCs for any.
+// "no" is written only for a RingBufferATE entry, "yes" and the PCs for any entry.
 template <typename Place, std::size_t n>
 Place putRbSection(Place at, const char (&name)[n], bool has, bool saysNo, const PcLabel& label,
                    const std::uint32_t* pcs, std::uint32_t count, std::size_t& pcRoom) {
@@ -135,8 +135,8 @@ Place putRbSection(Place at, const char (&name)[n], bool has, bool saysNo, const
   return count == 0 ? at : putPcs(at, label, pcs, signedCount(count), pcRoom);
 }
 
-// From the PC on.
-// Deliberate (design.md, "Unlike flags"): like `valid` and `overSized`, those of the type count when they are exactly
+// Writes an entry from the PC on.
+// Deliberate (design.md, "Unlike flags"): the type flags, like `valid` and `overSized`, count only if they are exactly
 // 1; those of the ring-buffer records count by their lowest bit.
 template <typename Place>
 Place putEntry(Place at, const DescBufInfo& record, bool inArray, std::size_t& pcRoom) {
@@ -145,7 +145,7 @@ Place putEntry(Place at, const DescBufInfo& record, bool inArray, std::size_t& p
   static constexpr PcLabel kEnd = "qel_rb_end PC[";
   static constexpr PcLabel kRelease = "qel_rb_release PC[";
   const bool isRb = record.isRingBufferAte == 1;
-  // Deliberate (design.md, "Unlike labels"): this label and that of the next pointers differ between the reports.
+  // Deliberate (design.md, "Unlike labels"): this label and the next pointers' label differ between the two reports.
   at = inArray ? putLine(at, "PC: ", record.pc) : putLine(at, "PC : ", record.pc);
   if (record.isEdma == 1) at = put(at, "Type: eDMA\n");
   if (record.isGlsu == 1) at = put(at, "Type: GLSU\n");
@@ -161,8 +161,8 @@ Place putEntry(Place at, const DescBufInfo& record, bool inArray, std::size_t& p
 
 bool isReported(const DescBufInfo* record) { return record != nullptr && record->valid == 1; }
 
-// Counts what `render` puts, and has it put into memory of exactly that size. If the log has changed in between, the
-// rest of that becomes empty lines.
+// Runs `render` once to count the text, and again to write it into memory of exactly that size. If the log has changed
+// in between, any room left over becomes empty lines.
 template <typename Render>
 char* makeText(Render render) {
   std::size_t pcRoom = 0;
@@ -174,13 +174,13 @@ char* makeText(Render render) {
   return text;
 }
 
-// Memory for as many elements as the largest use needs.
+// Memory that is reused, and grows to the largest size requested.
 template <typename Element>
 class Scratch {
  public:
   Element* get(std::uint32_t count) {
     if (count > elements_.size()) {
-      elements_ = std::vector<Element>();  // first, so that there are never two
+      elements_ = std::vector<Element>();  // freed first, so that there are never two
       elements_.resize(count);
     }
     return elements_.data();
@@ -190,13 +190,13 @@ class Scratch {
   std::vector<Element> elements_;
 };
 
-// The record that reports are made from, one entry after the other. It never leaves the library and is only read:
-// making and releasing a record for each of 215 small entries takes 2.3 times as long as their whole report does.
+// The record that reports are made from, reused for one entry after the other. It never leaves the library and is only
+// read. Making and releasing a record for each of 215 small entries takes 2.3 times as long as their whole report.
 class RecordBuffer {
  public:
   explicit RecordBuffer(const Log& log) : log_(log) {}
 
-  // The descriptor is filled in only if it is asked for: counting a text doesn't read it.
+  // The descriptor is filled in only on request: counting a text doesn't read it.
   const DescBufInfo* fill(const Entry& entry, bool withDescriptor) {
     setFields(log_, entry, record_);
     record_.rbNextPtrPcs = pcs_.get(entry.rbTotal());
@@ -208,10 +208,10 @@ class RecordBuffer {
   }
 
  private:
-  // In the log itself, unless the descriptor wraps.
+  // Returns a pointer into the log itself unless the descriptor wraps.
   std::uint8_t* descriptor(const Entry& entry) {
     const std::uint32_t start = entry.start + kHeaderSize;
-    // Nobody writes there. The field is not const because callers' records own their bytes.
+    // Nothing writes through this pointer. The field is not const because callers' records own their bytes.
     if (log_.pieceSize(start) >= entry.descSize) return const_cast<std::uint8_t*>(log_.at(start));
     std::uint8_t* const copy = wrapped_.get(entry.descSize);
     log_.copy(start, entry.descSize, copy);
@@ -235,7 +235,7 @@ Place report(Place at, const DescBufInfo* record, std::size_t& pcRoom) {
 template <typename Place>
 Place arrayReport(Place at, std::uint32_t index, const DescBufInfo* record, std::size_t& pcRoom) {
   if (!isReported(record)) return at;
-  // Deliberate (design.md, "Header of record 0"): never from a later record, not even where that one is left out.
+  // Deliberate (design.md, "Header of record 0"): never from a later record, not even if record 0 is left out.
   if (index == 0) at = putLogHeader(at, *record);
   at = put(put(put(at, "\nDescBufInfo "), index), " in Array :\n");
   return putEntry(at, *record, true, pcRoom);
@@ -248,7 +248,7 @@ template char* arrayReport(char*, std::uint32_t, const DescBufInfo*, std::size_t
 
 char* reportOnNewest(const Log& log) {
   Entry entry;
-  // Deliberate (design.md, "Null or empty"): the array report gives an empty text here.
+  // Deliberate (design.md, "Null or empty"): the array report is an empty text in this case.
   if (!locateNewest(log, entry)) return nullptr;
   RecordBuffer buffered(log);
   const DescBufInfo* const record = buffered.fill(entry, true);
@@ -256,7 +256,7 @@ char* reportOnNewest(const Log& log) {
 }
 
 char* reportOnAll(const Log& log) {
-  std::vector<Entry> entries;  // located once: doing that for the count and again for the text took 5 to 12 % longer
+  std::vector<Entry> entries;  // located once: locating them again for the text took 5 to 12 % longer
   if (log.isReadable()) {
     EntryWalk walk(log);
     entries.reserve(std::size_t{walk.limit()} + 1);
