@@ -1,7 +1,7 @@
-// Holds the exported interface fixed: a change of a prototype, or of the place or type of a record's field, would break
-// programs that were built before it, and does not compile. src/exports.map has the names.
+// Pins the exported interface: changing a prototype, or the offset or type of a record's field, would break programs
+// built earlier, so it does not compile. src/exports.map has the names.
 //
-// The tables are counted, so that none of their rows can be lost unnoticed.
+// The rows of each table are counted so that none can go missing unnoticed.
 
 #include <cstddef>
 #include <cstdint>
@@ -12,7 +12,7 @@
 
 namespace {
 
-// True, or an error in its row.
+// True, or a compile error at the row that uses it.
 template <bool isSame>
 constexpr bool kHeld = [] {
   static_assert(isSame);

@@ -1,9 +1,9 @@
-// Ends the process when the program's operator new throws, or when the C++ run-time library is asked to.
+// Ends the process when the program's operator new throws, or when the C++ run-time library is about to.
 //
-// The library has unwind tables, without which crash reports and profiles would lose its callers. But it is built
-// without exceptions, so one that passed through it would leak what the library holds. The linker's option --wrap
-// redirects the calls named here to this file, where noexcept takes effect: it is the only one compiled with
-// exceptions, whatever flags a parent project has.
+// The library keeps unwind tables, because crash reports and profiles would lose its callers without them. But it is
+// built without exceptions, so one that passed through it would leak what the library holds. The linker's --wrap option
+// redirects the calls named here to this file, where noexcept takes effect: it is the only file compiled with
+// exceptions, whatever flags a parent project sets.
 
 #include <cstddef>
 #include <exception>
@@ -12,7 +12,7 @@
 #error "without exceptions, those of operator new would leave the library"
 #endif
 
-// The linker makes up these names from those of the functions.
+// The linker derives these names from those of the functions.
 // NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming)
 extern "C" {
 // operator new and operator new[]
@@ -22,8 +22,8 @@ void* __real__Znam(std::size_t size);
 void* __wrap__Znwm(std::size_t size) noexcept { return __real__Znwm(size); }
 void* __wrap__Znam(std::size_t size) noexcept { return __real__Znam(size); }
 
-// The functions by which libstdc++ throws, without their arguments; libc++ ends the process by itself. As none of these
-// is imported, the library also runs with a libstdc++ that is older than they are.
+// The functions through which libstdc++ throws, without their arguments; libc++ ends the process by itself. Because
+// none of these is imported, the library also runs with a libstdc++ that predates them.
 [[noreturn]] void __wrap__ZSt17__throw_bad_allocv() noexcept { std::terminate(); }
 [[noreturn]] void __wrap__ZSt28__throw_bad_array_new_lengthv() noexcept { std::terminate(); }
 [[noreturn]] void __wrap__ZSt20__throw_length_errorPKc() noexcept { std::terminate(); }

@@ -24,12 +24,13 @@ inline constexpr auto kDigitPairs = [] {
   return pairs;
 }();
 
-// By the bit width of a number: what to add so that the upper half of the sum is its count of digits. Numbers of one
-// width differ in that count by one at most; from 10^count on, the sum carries into the upper half.
+// Indexed by a number's bit width: adding the entry to the number leaves its digit count in the upper half of the sum.
+// Numbers of the same width differ by at most one in their digit counts; from 10^count on, the sum carries into the
+// upper half.
 inline constexpr auto kDigitCountAddends = [] {
   std::array<std::uint64_t, 33> addends{};
-  std::uint64_t power = 10;  // the least number of count + 1 digits
-  std::uint64_t count = 1;   // of the digits of the least number of the width at hand
+  std::uint64_t power = 10;  // the smallest number with count + 1 digits
+  std::uint64_t count = 1;   // of digits of the smallest number of this width
   for (unsigned width = 0; width <= 32; ++width) {
     const std::uint64_t least = width == 0 ? 0 : std::uint64_t{1} << (width - 1);
     if (least >= power) {
@@ -44,8 +45,8 @@ inline constexpr auto kDigitCountAddends = [] {
 
 }  // namespace detail
 
-// How many digits writeDecimal() writes: 1 to 10. With `number | 1`, to do without the width 0, reports of
-// ring-buffer records take 22 % longer (GCC 12, x86).
+// How many digits writeDecimal() writes: 1 to 10. Avoiding width 0 with `number | 1` makes reports of ring-buffer
+// records take 22 % longer (GCC 12, x86).
 constexpr unsigned decimalDigits(std::uint32_t number) {
   return static_cast<unsigned>(
       (number + detail::kDigitCountAddends[static_cast<std::size_t>(std::bit_width(number))]) >> 32);
@@ -62,9 +63,9 @@ inline char* writeOneOrTwoDigits(char* at, std::uint64_t number) {
   return at + 2;
 }
 
-// Writes a number of one or two digits and `pairs` pairs, from its front. Divided by 100^pairs, its first one or two
-// digits are the integer part, and each multiplication by 100 makes the next pair the integer part. The fraction has as
-// many bits as leave room for that.
+// Writes a number made of one or two digits and `pairs` pairs, front to back. Dividing it by 100^pairs leaves the first
+// one or two digits as the integer part; each multiplication by 100 then makes the next pair the integer part. The
+// fraction has as many bits as it can without overflowing.
 template <unsigned pairs>
 char* writePairs(char* at, std::uint32_t number) {
   constexpr unsigned kFractionBits = 57;
@@ -90,8 +91,8 @@ char* writePairs(char* at, std::uint32_t number) {
 
 }  // namespace detail
 
-// Writes a number at `at`, and returns its end. Written from the last pair to the first, where each waits for a
-// division and all of them for the count of digits, a line of two numbers took 1.5 to 2.4 times as long.
+// Writes a number at `at` and returns its end. Writing pairs from last to first, each waiting for a division and all of
+// them for the digit count, made a line of two numbers take 1.5 to 2.4 times as long.
 inline char* writeDecimal(char* at, std::uint32_t number) {
   if (number < 100) return detail::writePairs<0>(at, number);
   if (number < 10000) return detail::writePairs<1>(at, number);

@@ -1,4 +1,4 @@
-// Literals, copied with a length that is known at compile time.
+// Copies string literals, whose lengths are known at compile time.
 #pragma once
 
 #include <cstddef>

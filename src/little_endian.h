@@ -6,16 +6,16 @@
 
 namespace zarn {
 
-// A value read from memory that a device may still write to. A compiler, which can't know that, could read it a second
-// time instead of keeping it; after this it can't. So what has been checked is what is used.
+// Pins a value read from memory that a device may still write to. Otherwise the compiler, unaware of that, could read
+// the memory again instead of keeping the value, and what is used might not be what was checked.
 template <std::unsigned_integral Value>
 Value fetched(Value value) {
   asm volatile("" : "+r"(value));
   return value;
 }
 
-// Read without that promise, for words that decide nothing about memory: in runs of records these are faster by a
-// fifth.
+// Loads without that guarantee, for words that no size or memory access depends on. In runs of records these are a
+// fifth faster.
 constexpr std::uint16_t rawU16(const std::uint8_t* bytes) {
   return static_cast<std::uint16_t>(bytes[0] | bytes[1] << 8);
 }

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
-#define XXH_INLINE_ALL  // hidden in this file: nothing of xxHash is exported or linked
+#define XXH_INLINE_ALL  // private to this file: nothing of xxHash is exported or linked
 #include <xxhash.h>
 
 #include "zarn_utility.h"

@@ -1,4 +1,4 @@
-// docs/formats.md has the encoding of instructions. H is the head parcel, the first 16 bits of one.
+// docs/formats.md has the instruction encoding. H is the head parcel, the first 16 bits of an instruction.
 
 #include "edma_scan.h"
 
@@ -19,13 +19,14 @@ constexpr std::ptrdiff_t kLongestInstruction = 24;
 constexpr std::uint32_t kStopMarker = 0x746F7270;  // "prot"
 constexpr std::uint32_t kEdmaPattern = 0xF9000040;
 
-// The length of the instructions of an opcode.
+// The length of an opcode's instructions.
 struct Length {
   std::uint8_t bytes;
-  std::uint8_t extension;  // the bits of (H >> 11) that are added to it
+  std::uint8_t extension;  // mask of the bits of (H >> 11) to add
 };
 
-// By the low byte of H. Streams mix lengths in an order that no processor predicts, so lengths are looked up.
+// Indexed by the low byte of H. Streams mix lengths in an order that no processor predicts, so lengths come from a
+// table, not from branches.
 constexpr auto kLengths = [] {
   std::array<Length, 256> lengths{};
   for (std::size_t byte = 0; byte < lengths.size(); ++byte) {
@@ -39,10 +40,10 @@ constexpr auto kLengths = [] {
   return lengths;
 }();
 
-// Whether the final slot of an instruction of `length` bytes is an eDMA instruction. Shorts, words and bundles of 4
-// bytes leave no two parcels for a final slot, whatever their heads seem to count.
+// Whether the final slot of an instruction of `length` bytes is an eDMA instruction. Shorts, words and 4-byte bundles
+// leave no two parcels for a final slot, whatever slot counts their heads seem to hold.
 //
-// Deliberate (design.md, "Final slots only"): the pattern in a word or in a counted slot is none.
+// Deliberate (design.md, "Final slots only"): the pattern does not count in a word or in a counted slot.
 bool isEdma(const std::uint8_t* instruction, std::uint32_t head, std::uint32_t length) {
   const std::uint32_t counted = (head >> 7 & 3) + (head >> 9 & 3) + (head >> 14 & 2) + (head >> 11 & 1);
   const std::uint32_t at = 2 + 2 * counted;
@@ -52,8 +53,8 @@ bool isEdma(const std::uint8_t* instruction, std::uint32_t head, std::uint32_t l
 
 constexpr std::uint32_t kLongRun = 16;
 
-// Steps over words, or over shorts that do not begin like the marker, up to the first other instruction, and not far
-// beyond `limit`. In a long run of these the processor does predict what comes, which beats the table.
+// Skips words, or shorts that do not begin like the marker, up to the first other instruction, at most slightly past
+// `limit`. In such a long run branches are predictable, and faster than the table.
 const std::uint8_t* skipRun(const std::uint8_t* at, const std::uint8_t* limit, std::uint32_t length) {
   if (length == 4) {
     while (at < limit && (*at & 3) == 3 && (*at & 0x1F) != 0x1F) at += 4;
@@ -70,7 +71,7 @@ struct Result {
   const std::uint8_t* at;
 };
 
-// Scans up to `end`, or to where the longest instruction no longer fits before `readable`.
+// Scans up to `end`, or until the longest instruction no longer fits before `readable`.
 Result scan(const std::uint8_t* at, const std::uint8_t* end, const std::uint8_t* readable) {
   std::uint32_t runLength = 0;
   std::uint32_t run = 0;  // instructions of that length
@@ -78,11 +79,11 @@ Result scan(const std::uint8_t* at, const std::uint8_t* end, const std::uint8_t*
     const std::uint32_t head = loadU16(at);
     const std::uint32_t length = kLengths[*at].bytes + (head >> 11 & kLengths[*at].extension);
     if (isEdma(at, head, length)) return {Outcome::kFound, at};
-    // Deliberate (design.md, "Stop marker"): it counts only with something after it, and, as it begins like a short
-    // instruction, only where one may begin.
+    // Deliberate (design.md, "Stop marker"): it counts only if something follows it and, as it begins like a short
+    // instruction, only where an instruction may begin.
     if (loadU32(at) == kStopMarker && end - at > 4) return {Outcome::kStopped, at};
     at += length;
-    // Without a branch, for the same reason as above.
+    // Without a branch, for the same reason as the table.
     run = (run + 1) & -static_cast<std::uint32_t>(length == runLength);
     runLength = length;
     if (run == kLongRun) {
