@@ -1,4 +1,4 @@
-// What the subcommands do: each takes its inputs in turn and returns the exit status.
+// The subcommands. Each takes its inputs in turn and returns the exit status.
 #pragma once
 
 #include <cstdint>
@@ -29,7 +29,7 @@ struct Arguments {
 int printBuffers(const Arguments& arguments);
 int reportLogs(const Arguments& arguments);
 
-// With `isQuiet` nothing is written but complaints. The status is then kFound or kNotFound, or kTrouble where an input
+// With `isQuiet`, only error messages are written. The status is then kFound or kNotFound, or kTrouble if an input
 // could not be read.
 int checkKernels(const Arguments& arguments);
 

@@ -17,10 +17,10 @@
 namespace tool {
 namespace {
 
-// "1.5e+03", of a positive number.
+// A positive number like "1.5e+03".
 using Scientific = std::string;
 
-// One digit more at a time.
+// Tries one more digit at a time.
 Scientific shortestByTrial(float value) {
   char text[32];
   for (int digits = 1; digits <= std::numeric_limits<float>::max_digits10; ++digits) {
@@ -32,9 +32,9 @@ Scientific shortestByTrial(float value) {
 
 #ifdef __cpp_lib_to_chars
 
-// std::to_chars() finds the same digits at once, with few exceptions, which a comparison of all floats has shown. Of a
-// power of two, next to which floats lie closer on one side, it may give a number that has the fewest digits but isn't
-// the nearest of its length. And 7.038531e-26 is read as one float, and through a double as its neighbour.
+// std::to_chars() finds the same digits at once, with few exceptions, which a comparison of all floats has shown. For a
+// power of two, whose neighbours are closer on one side, it may give a number that has the fewest digits but isn't the
+// nearest of its length. And 7.038531e-26 is read as one float directly, but as its neighbour through a double.
 Scientific shortest(float value) {
   const auto bits = std::bit_cast<std::uint32_t>(value);
   const bool isPowerOfTwo = (bits & 0x7FFFFF) == 0;

@@ -5,8 +5,8 @@
 
 namespace tool {
 
-// Appends the number with the fewest digits that reads back to `value`, also through a double; "inf", "-inf" or "nan",
-// in quotes, where there is none.
+// Appends the number with the fewest digits that reads back as `value`, even through a double; for infinities and NaNs
+// "inf", "-inf" or "nan", in quotes.
 void appendFloat(std::string& out, float value);
 
 }  // namespace tool

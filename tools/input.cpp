@@ -24,10 +24,10 @@ std::string Bytes::readFrom(int file) {
   struct stat status {};
   const bool isRegular = fstat(file, &status) == 0 && S_ISREG(status.st_mode);
   const std::size_t size = isRegular ? static_cast<std::size_t>(status.st_size) : 0;
-  // One byte so that the end of a file of known size is seen without growing. Files that the kernel makes, as those are
-  // that dumps come from, report a size of 0, and some drivers answer a read of a few bytes wrongly.
+  // For a file of known size, one spare byte shows its end without growing. Files that the kernel generates, where
+  // dumps come from, report a size of 0, and some drivers mishandle reads of a few bytes.
   const std::size_t leastRoom = size > 0 ? 1 : 65536;
-  std::size_t capacity = size + leastRoom + 1;  // and one for the NUL
+  std::size_t capacity = size + leastRoom + 1;  // plus one for the NUL
   while (true) {
     if (!reserve(capacity)) return "does not fit into memory";
     const auto count = ::read(file, data_.get() + size_, capacity_ - size_ - 1);
@@ -41,7 +41,7 @@ std::string Bytes::readFrom(int file) {
   return {};
 }
 
-// By realloc(), which moves a large block without a second copy of it in memory.
+// Uses realloc(), which moves a large block without a second copy of it in memory.
 bool Bytes::reserve(std::size_t capacity) {
   if (capacity <= capacity_) return true;
   auto* grown = static_cast<char*>(std::realloc(data_.get(), capacity));

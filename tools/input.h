@@ -14,7 +14,7 @@ class Bytes {
   const char* data() const { return data_.get(); }
   std::size_t size() const { return size_; }
 
-  // Reads the file `name`, or standard input for "-". Returns what is wrong, or nothing at all.
+  // Reads the file `name`, or standard input for "-". Returns an error message, or an empty string.
   std::string read(const std::string& name);
 
  private:

@@ -12,20 +12,20 @@
 
 namespace tool {
 
-// Decodes and shows an input. Returns what is wrong if it can't be decoded, or nothing at all.
+// Decodes and shows an input. Returns an error message if it can't be decoded, otherwise an empty string.
 using Decode = std::function<std::string(const std::string& name, const Bytes&)>;
 
-// The status is kDone, or `failure` where an input could not be decoded.
+// Returns kDone, or `failure` if an input could not be decoded.
 int decodeAll(const Arguments& arguments, const Decode& decode, int failure = kFailed);
 
-// Tells about an input that can't be decoded: on standard error, and in JSON by an object of its own as well.
+// Reports an input that can't be decoded: on standard error, and in JSON also as an object of its own.
 void reportProblem(const std::string& name, const std::string& problem, Format format);
-void writeProblem(std::string_view name, std::string_view problem);  // that object
+void writeProblem(std::string_view name, std::string_view problem);  // writes only that object
 
-// Shows a text, under the name of its input where there are several or headings are wanted.
+// Shows a text, under the name of its input if there are several or headings are wanted.
 void showText(const Arguments& arguments, const std::string& name, std::string_view text);
 
-// Writes the object of the input at hand, whole.
+// Writes the complete object of the current input.
 void writeObject(JsonWriter& json);
 
 std::string tooShort(const Bytes& bytes, const std::string& what, std::size_t needed);

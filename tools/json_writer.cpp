@@ -17,7 +17,7 @@
 namespace tool {
 namespace {
 
-// What stands for itself in a JSON string.
+// Characters that a JSON string can hold unescaped.
 constexpr auto kIsPlain = [] {
   std::array<bool, 256> isPlain{};
   for (std::size_t c = 0x20; c < 0x7F; ++c) isPlain[c] = c != '"' && c != '\\';
@@ -30,7 +30,7 @@ std::size_t plainLength(std::string_view text) {
   return length;
 }
 
-// A text as the JSON library has it, without the quotes.
+// A text as the JSON library escapes it, without the quotes.
 std::string escapedByLibrary(std::string_view text) {
   const nlohmann::json json(text);
   const auto quoted = json.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
@@ -99,8 +99,8 @@ void JsonWriter::hexadecimal(const std::uint8_t* bytes, std::size_t size) {
 }
 
 void JsonWriter::append(std::string_view plain) {
-  // A text of hundreds of megabytes is mostly one run of blanks or zeros. There is a limit to what one system call
-  // writes, and these are far below it.
+  // A text of hundreds of megabytes is mostly one run of blanks or zeros. 500 of them make at most 1001 parts; one
+  // system call takes 1024 (IOV_MAX on Linux).
   constexpr std::size_t kLong = 65536;
   constexpr std::size_t kMostLongTexts = 500;
   if (plain.size() >= kLong && longTexts_.size() < kMostLongTexts) {
@@ -116,7 +116,7 @@ void JsonWriter::appendEscaped(std::string_view text) {
     append(plain);
     text.remove_prefix(plain.size());
     if (text.empty()) return;
-    if (text.front() == '\n') {  // much the most frequent of all that is escaped
+    if (text.front() == '\n') {  // by far the most frequent escape
       bytes_ += "\\n";
       text.remove_prefix(1);
     } else {

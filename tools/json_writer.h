@@ -1,4 +1,4 @@
-// JSON, appended to one string, in ASCII only.
+// Writes JSON into one string, in ASCII only.
 #pragma once
 
 #include <cstddef>
@@ -22,10 +22,11 @@ class JsonWriter {
   void value(bool isTrue);
   void value(std::uint32_t number);
   void value(std::uint64_t number);
-  // With the fewest digits that read back to it, also through a double, as most readers do; or "inf", "-inf" or "nan".
+  // Writes the fewest digits that read back as `number`, even through a double, which most readers use; or "inf",
+  // "-inf" or "nan".
   void value(float number);
-  // Device texts and file names hold any bytes: those that are not UTF-8 become U+FFFD. A long text is not copied and
-  // has to outlive the writer.
+  // Device texts and file names may hold any bytes: those that are not UTF-8 become U+FFFD. A long text is not copied
+  // and must outlive the writer.
   void value(std::string_view text);
   void value(const char* text) { value(std::string_view(text)); }
   void null();
@@ -38,7 +39,7 @@ class JsonWriter {
     value(content);
   }
 
-  // All but the long texts.
+  // Everything but the long texts.
   const std::string& bytes() const { return bytes_; }
 
   // Writes everything and a line end to standard output.
@@ -49,7 +50,7 @@ class JsonWriter {
   void append(std::string_view plain);
   void appendEscaped(std::string_view text);
 
-  // A text that stands at a place of the string.
+  // A text that belongs at offset `at` of the string.
   struct LongText {
     std::size_t at;
     std::string_view text;

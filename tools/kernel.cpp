@@ -1,4 +1,4 @@
-// Kernel binaries: checksums, and whether they have eDMA instructions.
+// Kernel binaries: checksums, and whether they contain eDMA instructions.
 
 #include <zarn_utility.h>
 
@@ -31,7 +31,7 @@ std::string checksumOf(const Bytes& kernel) {
   return digits;
 }
 
-// As the usual checksum tools do: a line with a name that would break it begins with a backslash.
+// Like the usual checksum tools, begins a line with a backslash if its name had to be escaped.
 std::string checksumLine(const std::string& name, const std::string& checksum, bool hasEdma) {
   std::string shown;
   for (const char c : name) {

@@ -97,7 +97,7 @@ void appendWalk(JsonWriter& json, const Walk& walk) {
   json.close('}');
 }
 
-// Writes the newest entry of a log that has one, or all those of a walk.
+// Writes all entries of `walk` or, if it is null, the newest entry of a log that has one.
 void writeAsJson(const std::string& name, const Log& log, Walk* walk) {
   JsonWriter json;
   json.open('{');
@@ -135,7 +135,7 @@ std::string tableOf(Walk& walk) {
   return table;
 }
 
-// Returns what is wrong if there is no entry that can be decoded.
+// Returns an error message if no entry can be decoded, otherwise an empty string.
 std::string showLog(const Arguments& arguments, const std::string& name, const Bytes& bytes) {
   const bool hasAll = arguments.isAll || arguments.isTable;
   const std::uint64_t needed = hasAll ? EntryWalk::kMinLogSize : Log::kMinSize;

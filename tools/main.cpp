@@ -139,7 +139,7 @@ int show(const std::string& text) {
   return tool::finish(tool::kDone);
 }
 
-// What is wrong with the option that getopt_long() did not take and left behind in optopt and optind.
+// What is wrong with the option that getopt_long() rejected and left in optopt and optind.
 std::string optionProblem(const Command& command, char** argv) {
   for (const auto& known : command.longOptions) {
     if (known.name == nullptr || known.val != optopt) continue;
@@ -149,7 +149,7 @@ std::string optionProblem(const Command& command, char** argv) {
   return tool::shownName(unknown) + ": unknown option";
 }
 
-// Decimal, or hexadecimal after 0x; nothing where it is neither or doesn't fit.
+// Parses a decimal number, or a hexadecimal one after 0x. Returns nothing if it is neither or doesn't fit.
 std::optional<std::uint16_t> parseOffset(std::string_view text) {
   const bool isHex = text.starts_with("0x");
   if (isHex) text.remove_prefix(2);
@@ -160,7 +160,7 @@ std::optional<std::uint16_t> parseOffset(std::string_view text) {
   return offset;
 }
 
-// What is wrong with the arguments as a whole, or nothing at all.
+// What is wrong with the arguments as a whole, or an empty string.
 std::string problemOf(const Command& command, const tool::Arguments& arguments) {
   if (command.name == "print" && !arguments.stringTable) return "--strings is required";
   if (arguments.names.empty()) return command.inputs + " is required";

@@ -29,7 +29,7 @@ struct InputAtHand {
 InputAtHand atHand;
 void* kept = nullptr;
 
-// Both end the process here: the library is built without exceptions, so none may leave operator new.
+// Both end the process: the library is built without exceptions, so operator new must not throw.
 
 [[noreturn]] void endWithFewWords() {
   constexpr std::string_view kWords = "zarn-utility: not enough memory\n";
@@ -62,7 +62,7 @@ void prepareForLackOfMemory() { std::set_new_handler(endWithFewWords); }
 void keepMemoryFor(const Arguments& arguments) {
   std::size_t longest = arguments.stringTable.value_or("").size();
   for (const auto& name : arguments.names) longest = std::max(longest, name.size());
-  kept = std::malloc(16384 + 20 * longest);  // escaped, in a string that grows
+  kept = std::malloc(16384 + 20 * longest);  // for names escaped in a growing string
   std::set_new_handler(end);
 }
 

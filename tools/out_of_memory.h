@@ -1,5 +1,5 @@
-// An orderly end when memory runs out, in the tool or in the library: what was finished has been written, and one
-// message says where it ended.
+// An orderly exit when memory runs out, in the tool or in the library: finished output is written, and one message says
+// where decoding ended.
 #pragma once
 
 #include <cstddef>
@@ -9,21 +9,21 @@
 
 namespace tool {
 
-// From here on there is such an end, at first with the least that can be said.
+// Arranges for such an exit, at first with a minimal message.
 void prepareForLackOfMemory();
 
-// Keeps some memory for all that is to be said about one of the inputs.
+// Reserves enough memory for the whole message about any of the inputs.
 void keepMemoryFor(const Arguments& arguments);
 
-// What is said then is about this input; `status` is the exit status. Nothing is copied, so that no memory is needed to
-// get from one input to the next.
+// Sets the input that the message is about, and the exit status. Nothing is copied, so that no memory is needed to get
+// from one input to the next.
 void setInputAtHand(const std::string& name, std::size_t inputsAfter, Format format, int status);
 
-// The JSON object of the input at hand is not written yet. Its first `size` bytes can be followed by "]" and further
+// The current input's JSON object has not been written yet. Its first `size` bytes can be followed by "]" and further
 // fields.
 void setUnfinishedObject(const std::string& bytes, std::size_t size);
 
-// It is written, and so no object for the input is needed.
+// The object has been written, so no other is needed for this input.
 void setObjectWritten();
 
 }  // namespace tool

@@ -43,8 +43,8 @@ int writeTo(int file, std::span<const std::string_view> parts) {
   }
 }
 
-// Whether a UTF-8 character is one that terminals obey: U+0000 to U+001F, U+007F to U+009F, the separators of lines and
-// paragraphs (U+2028, U+2029), and what turns the direction of writing (U+202A to U+202E, U+2066 to U+2069).
+// Whether terminals obey this UTF-8 character: U+0000 to U+001F, U+007F to U+009F, line and paragraph separators
+// (U+2028, U+2029), and characters that change the direction of writing (U+202A to U+202E, U+2066 to U+2069).
 bool isControl(std::string_view character) {
   const auto byte = [character](std::size_t i) { return static_cast<std::uint8_t>(character[i]); };
   if (byte(0) < 0x20 || byte(0) == 0x7F) return true;
@@ -73,7 +73,7 @@ void appendEscape(std::string& result, char byte) {
   result.append("\\x").append(1, kDigits[value >> 4]).append(1, kDigits[value & 15]);
 }
 
-// Escapes control characters but those in `kept`, the characters in `alsoEscaped`, and bytes that are not UTF-8.
+// Escapes control characters except those in `kept`, the characters in `alsoEscaped`, and bytes that are not UTF-8.
 std::string escaped(std::string_view text, std::string_view kept, std::string_view alsoEscaped) {
   const auto holds = [](std::string_view set, std::string_view character) {
     return set.find(character) != std::string_view::npos;
@@ -93,7 +93,7 @@ std::string escaped(std::string_view text, std::string_view kept, std::string_vi
   return result;
 }
 
-// Writes a text to a terminal part by part, so that a long one isn't held twice.
+// Writes a text to a terminal in parts, so that a long one isn't held in memory twice.
 void showOnTerminal(std::string_view text) {
   constexpr std::size_t kPart = 65536;
   while (!text.empty()) {
@@ -130,7 +130,7 @@ void complain(std::string_view name, const std::string& problem) {
 
 int finish(int status) {
   if (!hasWriteFailed()) return status;
-  if (writeError != EPIPE) complain("standard output", std::strerror(writeError));  // a closed pipe needs no words
+  if (writeError != EPIPE) complain("standard output", std::strerror(writeError));  // a closed pipe needs no message
   return kFailed;
 }
 

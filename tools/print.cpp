@@ -48,7 +48,7 @@ std::string problemOf(const Header& header, const Bytes& buffer, const Bytes& st
   return {};
 }
 
-// The halves of a 64-bit value, of which the high one follows the low one, share an object.
+// The halves of a 64-bit value, the low one first, share an object.
 void appendValue(JsonWriter& json, const ShownValue& value, bool isFloat, const Text& text) {
   using Kind = Place::Kind;
   const auto& [kind, index, lane] = value.place;
@@ -112,7 +112,7 @@ int printBuffers(const Arguments& arguments) {
     return finish(kFailed);
   }
   return decodeAll(arguments, [&](const std::string& name, const Bytes& buffer) {
-    // A format is read up to its NUL; the one after the table's bytes ends a last string that lacks its own.
+    // A format is read up to its NUL; the one after the table's bytes ends a last string that has none.
     const auto header = zarn::print::readHeader(buffer.data(), buffer.size(), table.data(), table.size());
     if (header.info == nullptr) return problemOf(header, buffer, table);
     if (arguments.format == Format::kJson) {

@@ -23,7 +23,7 @@ std::size_t characterLength(std::string_view text) {
 }
 
 std::string_view firstPiece(std::string_view text, std::size_t size) {
-  const auto most = std::min(size + 3, text.size());  // a character has three bytes at most after its first
+  const auto most = std::min(size + 3, text.size());  // a character has at most three bytes after its first
   auto end = std::min(size, text.size());
   while (end < most && (static_cast<std::uint8_t>(text[end]) & 0xC0) == 0x80) ++end;
   return text.substr(0, end);

@@ -6,10 +6,10 @@
 
 namespace tool {
 
-// Length of the UTF-8 character at the start of `text`, which isn't empty; 0 where there is none.
+// The length of the UTF-8 character at the start of `text`, which must not be empty; 0 if there is none.
 std::size_t characterLength(std::string_view text);
 
-// The start of `text`, of about `size` bytes, that can be dealt with apart from the rest: it ends in no character.
+// About the first `size` bytes of `text`, without splitting a character, so that they can be processed on their own.
 std::string_view firstPiece(std::string_view text, std::size_t size);
 
 }  // namespace tool

@@ -45,7 +45,7 @@ std::string counted(std::uint64_t number, const char* one, const char* several) 
   return std::to_string(number) + " " + (number == 1 ? one : several);
 }
 
-// Whether what has decided about an entry, or about there being none, lies elsewhere than the device has written it.
+// Whether the fields that decided this outcome were read elsewhere than the device wrote them.
 bool isMisplaced(const Log& log, Stop stop, std::uint16_t writeOffset) {
   return isBelowZero(stop, writeOffset) && !log.wrapsToEnd();
 }
@@ -70,9 +70,9 @@ bool Walk::next(Entry& entry) {
   return true;
 }
 
-// In an intact log an entry's bytes are those from its start to its end. Where a damaged start offset leads elsewhere,
-// it accounts for no more than it holds. The oldest entry may have lost its header to the newest ones. Then its records
-// are all that is shown of it, and its start lies in bytes that are not looked at again.
+// In an intact log, an entry's bytes are those from its start to its end. If a damaged start offset points elsewhere,
+// the entry accounts for no more than it holds. The oldest entry may have lost its header to the newest ones. Then only
+// its records are shown, and its start lies in bytes that are not read again.
 void Walk::account(std::uint16_t end, const Entry& entry) {
   const std::uint32_t step =
       entry.start % log_.ringSize() == end % log_.ringSize() ? log_.ringSize() : distance(entry.start, end);
@@ -88,7 +88,7 @@ void Walk::account(std::uint16_t end, const Entry& entry) {
   ++count_;
 }
 
-// Forwards in the ring.
+// The distance forwards in the ring.
 std::uint32_t Walk::distance(std::uint32_t from, std::uint32_t to) const {
   const std::uint32_t ringSize = log_.ringSize();
   const std::uint64_t beyond = std::uint64_t{to % ringSize} + ringSize - from % ringSize;

@@ -1,4 +1,4 @@
-// A walk over the entries of a descriptor log that keeps account of what it has shown of it.
+// A walk over the entries of a descriptor log that keeps track of how much of the log it has shown.
 #pragma once
 
 #include <cstdint>
@@ -10,17 +10,17 @@
 
 namespace tool {
 
-// Why no entry ends at `writeOffset`, or none is looked for there.
+// Why no entry ends at `writeOffset`, or why none is looked for there.
 std::string reasonOf(const zarn::desc::Log& log, zarn::desc::Stop stop, std::uint16_t writeOffset);
 
 class Walk {
  public:
   explicit Walk(const zarn::desc::Log& log) : log_(log), walk_(log) {}
 
-  // Fills in the next entry. False: the walk has ended, and only then can be asked what is below.
+  // Fills in the next entry. Returns false once the walk has ended; only then may the functions below be called.
   bool next(zarn::desc::Entry& entry);
 
-  // Whether the entries are all that the log holds, but for what is left of one that the newest have overwritten.
+  // Whether the entries are all that the log holds, except for the remains of one that the newest have overwritten.
   bool isComplete() const;
 
   std::uint32_t stoppedAt() const { return walk_.writeOffset(); }
@@ -29,7 +29,7 @@ class Walk {
   // The bytes of the ring that no entry accounts for.
   std::uint32_t bytesNotShown() const;
 
-  // What there is to tell of a walk that isn't complete.
+  // The message about a walk that isn't complete.
   std::string problem() const;
 
  private:
@@ -40,11 +40,11 @@ class Walk {
   const zarn::desc::Log& log_;
   zarn::desc::EntryWalk walk_;
   std::uint32_t count_ = 0;
-  std::uint64_t stepped_ = 0;               // over that many bytes, from the write offset backwards
-  std::uint64_t shown_ = 0;                 // that many of them, each of them once
+  std::uint64_t stepped_ = 0;               // bytes stepped over, from the write offset backwards
+  std::uint64_t shown_ = 0;                 // bytes of these that were shown, each counted once
   std::uint32_t longest_ = 0;               // bytes of the longest entry
-  std::optional<std::uint32_t> misplaced_;  // the first entry that was found by a position below zero
-  std::optional<std::uint32_t> again_;      // the first that comes over bytes shown before
+  std::optional<std::uint32_t> misplaced_;  // the first entry found through a position below zero
+  std::optional<std::uint32_t> again_;      // the first entry that covers bytes already shown
 };
 
 }  // namespace tool
