@@ -9,13 +9,13 @@
 
 namespace zarn::reference {
 
-// What is missing at the end reads as zero.
+// Bytes missing at the end read as zero.
 bool hasEdma(const void* kernel, std::int64_t length) {
   const auto* bytes = static_cast<const std::uint8_t*>(kernel);
   const auto parcel = [=](std::int64_t at) {
     return (at < length ? bytes[at] : 0U) | (at + 1 < length ? bytes[at + 1] * 256U : 0U);
   };
-  std::uint32_t parcels = 0;  // of the instruction at hand, after its head
+  std::uint32_t parcels = 0;  // of the current instruction, after its head
   for (std::int64_t at = 0; at < length; at += std::int64_t{2} + 2 * std::int64_t{parcels}) {
     const std::uint32_t head = parcel(at);
     parcels = 0;

@@ -1,15 +1,15 @@
-// Descriptor logs as records.
+// Decodes descriptor logs into records.
 //
-// The rules as they stand would leave the buffer, or the record's arrays, for some logs. What happens there is decided
-// here as in the library:
+// For some logs, the rules alone would lead outside the buffer or the record's arrays. These cases are settled as in
+// the library:
 //
-//   - a byte of the start-offset field before the newest tag that would lie outside the buffer lies in the ring
+//   - a byte of the start-offset field before the newest tag that would be outside the buffer is read from the ring
 //     instead;
-//   - an entry has a descriptor header only where all four bytes of the header lie inside the buffer;
+//   - an entry has a descriptor header only if all four bytes of the header are inside the buffer;
 //   - an entry whose descriptor would have to be cut in a log of less than 128 bytes can't be decoded;
 //   - a ring whose length is 0 in 32 bits has no entries;
-//   - of records that are met more often on the way forward than they were counted on the way back, those that come
-//     last are dropped, and a slot that no record fills is 0.
+//   - if more records are met on the way forward than were counted on the way back, the last ones are dropped, and a
+//     slot that no record fills is 0.
 
 #include <algorithm>
 #include <cstdint>
@@ -42,22 +42,23 @@ struct Log {
 
   bool isReadable() const { return bytes != nullptr && size >= 65; }
 
-  // At offsets of the buffer.
+  // At buffer offsets.
   std::uint32_t u16(std::uint64_t at) const { return bytes[at] | bytes[at + 1] * 0x100U; }
   std::uint32_t u32(std::uint64_t at) const { return u16(at) | u16(at + 2) << 16; }
 
   std::uint32_t writeOffset() const { return u16(size - 64); }
   std::uint32_t totalUsed() const { return u32(size - 60); }
 
-  // In 32 bits: what is below zero has wrapped before it is reduced.
+  // In 32 bits: a position below zero has wrapped before it is reduced.
   std::uint32_t ring(std::uint32_t position) const { return position % ringSize; }
   std::uint32_t ring16(std::uint32_t position) const { return ring(position) & 0xFFFF; }
 };
 
-// Among the three lists of PCs of a record; 3 for the tag of none.
+// The index of a tag's list among a record's three lists of PCs; 3 for any other tag.
 std::uint32_t listOf(std::uint32_t tag) { return tag == kNextPtr ? 0 : tag == kEnd ? 1 : tag == kRelease ? 2 : 3; }
 
-// The entry that ends at `writeOffset`, which then becomes the end of the entry before it; or null.
+// Decodes the entry that ends at `writeOffset`, and sets that to the end of the entry before it. Returns null if there
+// is none.
 DescBufInfo* decodeEntry(const Log& log, std::uint32_t& writeOffset) {
   if (log.ringSize == 0) return nullptr;
   const std::uint32_t tagPosition = log.ring16(writeOffset - 2);

@@ -76,7 +76,7 @@ std::string render(const PrintBufInfo& info, ValueText valueText) {
 
 }  // namespace
 
-// The silent conversions are replaced.
+// Replaces silent conversions before {fmt} sees the format.
 std::string valueText(std::string_view format, bool isFloat, std::uint32_t word) {
   std::string replaced;
   std::size_t copied = 0;

@@ -1,14 +1,14 @@
 // How {fmt} 7's printf reads a format with one argument, and which conversions are silent.
 //
-// With its error reports compiled out {fmt} can't be given every conversion: it would read past the format's end,
-// shift by a negative count, or try to write text of 2 GiB and more. These give no text, but use up their argument:
+// With its error reports compiled out, {fmt} can't be given every conversion: with some it would read past the format's
+// end, shift by a negative count, or try to write text of 2 GiB or more. These give no text, but use up their argument:
 //
 //   - a conversion that breaks off after a length modifier ("%ll" at the end of the format);
 //   - argument index 0 ("%0$u");
 //   - a width beyond INT_MAX, written out or taken from the value by '*';
 //   - "%a" and "%A" of a float with a precision above INT_MAX - 9.
 //
-// To {fmt}, an index beyond INT_MAX is none, and neither is a precision; but one that '*' takes from the value is 0.
+// {fmt} ignores an index or a precision beyond INT_MAX, but takes 0 for a precision beyond it from '*'.
 
 #include <algorithm>
 #include <climits>
@@ -30,7 +30,7 @@ struct Reader {
   std::uint32_t word;
   std::size_t at = 0;
 
-  // {fmt}'s count of arguments taken so far; or -1 once an index came first: then '*' and conversions without an index
+  // {fmt}'s count of arguments taken so far, or -1 after an index came first: then '*' and conversions without an index
   // all take argument 0, which is the value.
   int argumentsTaken = 0;
   bool isSilent = false;
@@ -46,7 +46,8 @@ struct Reader {
 
   bool takeNext() { return argumentsTaken == -1 || argumentsTaken++ == 0; }
 
-  // That a number gets beyond an int is noticed in front of a digit; that one and the rest of them stay where they are.
+  // {fmt} notices that a number is too large for an int only before the next digit; that digit and the rest are not
+  // skipped.
   std::uint32_t number() {
     std::uint32_t value = 0;
     for (; isDigit(); ++at) {
@@ -56,7 +57,7 @@ struct Reader {
     return std::min(value, kTooLarge);
   }
 
-  // Of '*'. A float, or no argument at all, counts as 0.
+  // The number for '*'. A float or a missing argument counts as 0.
   std::uint32_t numberFromArgument() { return takeNext() && !isFloat ? std::min(word, kTooLarge) : 0; }
 
   int width(std::uint32_t number) {
@@ -65,7 +66,7 @@ struct Reader {
     return INT_MAX;
   }
 
-  // Index, flags, width; precision; length modifier; type.
+  // Parses index, flags and width; precision; length modifier; type.
   Conversion conversion() {
     Conversion result{at++, 0, false, false, {}, 0, -1};
     const int takenBefore = argumentsTaken;
@@ -78,7 +79,7 @@ struct Reader {
       if (skipOneOf("$")) {
         hasIndex = value < kTooLarge;
         index = value;
-      } else if (value != 0) {  // a width; only zeros are flags
+      } else if (value != 0) {  // a width; zeros alone are flags
         result.width = width(value);
         mayHaveWidth = false;
       }
@@ -120,7 +121,7 @@ struct Reader {
     }
     result.end = at;
     result.isSilent = isSilent;
-    // An index beyond the arguments; or a width that takes the value, so that none is left.
+    // Either an index beyond the arguments, or a width that takes the value, so that none is left.
     if (takenBefore == 0) result.replacement = argumentsTaken == -1 ? "%2$d" : "%**";
     return result;
   }

@@ -1,4 +1,4 @@
-// Records of descriptor logs as text.
+// Writes records of descriptor logs as text.
 
 #include <cstdint>
 #include <iomanip>
