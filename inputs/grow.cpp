@@ -16,7 +16,7 @@
 namespace zarn::inputs {
 namespace {
 
-// Takes a seed apart from its front; gives zeros past its end.
+// Consumes a seed from the front; yields zeros past its end.
 class Seed {
  public:
   explicit Seed(std::string_view bytes) : bytes_(bytes) {}
@@ -37,7 +37,7 @@ class Seed {
   std::string_view bytes_;
 };
 
-// Words whose four bytes differ.
+// Pseudo-random words, with high bits mixed into the low bytes.
 class Random {
  public:
   explicit Random(std::uint32_t seed) : state_(seed) {}
@@ -52,7 +52,7 @@ class Random {
 
 // --------------------------------------------------------------------------------------------------------------------
 
-// Below 0x80 the characters themselves; above, what formats are made of, and numbers at the limits.
+// Bytes below 0x80 stand for themselves, others for parts of conversions and numbers at the limits.
 std::string growFormat(Seed& seed) {
   constexpr std::string_view kParts[] = {
       "%",           "%1$", "%2$", "%0$",        "%%",         "*",          ".",
@@ -71,10 +71,10 @@ std::string growFormat(Seed& seed) {
   return format.substr(0, format.find('\0'));
 }
 
-// Widths and precisions that would be honoured are cut to three digits; those that give no text stay.
+// Cuts widths and precisions that would take effect to three digits; those that give no text stay.
 std::string tamed(std::string format, bool isFloat) {
   auto all = reference::conversions(format, isFloat, 0);
-  std::reverse(all.begin(), all.end());  // so that the places of those to come stay
+  std::reverse(all.begin(), all.end());  // so that the offsets of those to come stay valid
   for (const auto& conversion : all) {
     if (conversion.isSilent || !conversion.takesValue) continue;
     if (conversion.width <= 999 && conversion.precision <= 999) continue;
@@ -93,7 +93,7 @@ std::string tamed(std::string format, bool isFloat) {
 
 PrintInput growPrint(std::string_view bytes) {
   Seed seed(bytes);
-  const auto field = [&seed](std::uint32_t valid) {  // mostly a valid one
+  const auto field = [&seed](std::uint32_t valid) {  // mostly valid
     const std::uint8_t byte = seed.byte();
     return byte < 0xF0 ? byte % valid : byte & 0x1FU;
   };
@@ -129,7 +129,7 @@ PrintInput growPrint(std::string_view bytes) {
 
 namespace {
 
-// What was in the ring before: zeros, anything, or records without entries.
+// The previous contents of the ring: zeros, random words, or records without entries.
 std::string oldRing(std::size_t ringSize, std::uint8_t kind, Random& random) {
   std::string ring(ringSize, '\0');
   for (std::size_t at = 0; kind != 0 && at + 8 <= ringSize; at += 8) {
@@ -152,7 +152,7 @@ std::string growLog(std::string_view bytes) {
   if (sizes >= 0xE0 && ringKind < 0xC0) size += sizes % 2 == 0 ? 0x10000 : 0x20000;
   LogWriter writer(oldRing(size - 64, ringKind, random), seed.byte());
 
-  int records = size > 65536 ? 64 : 1000;  // that belong to no header
+  int records = size > 65536 ? 64 : 1000;  // that may still be written without a header
   std::uint32_t extraTotal = 0;
   std::vector<std::pair<std::size_t, std::uint8_t>> damages;
   struct Newest {
@@ -171,7 +171,7 @@ std::string growLog(std::string_view bytes) {
     } else if (instruction < 0xA0) {
       for (int i = instruction / 6 % 4; i >= 0 && records > 0; --i, --records) writer.record(random(), tag);
     } else if (instruction < 0xB0) {
-      writer.setStart(seed.word(2) % (size + 2));  // records to come refer to somewhere else
+      writer.setStart(seed.word(2) % (size + 2));  // later records refer elsewhere
     } else if (instruction < 0xC0) {
       writer.setStart(size - instruction % 8);
       for (const std::size_t i : {0U, 1U}) damages.emplace_back(size - instruction % 8 + i, "ST"[i]);
@@ -216,7 +216,7 @@ std::string growKernel(std::string_view bytes) {
       kernel += count % 4 == 0 ? "prot" : "pro";
     } else if (kind == 4) {
       append(kernel, random(), 1 + count % 4);
-    } else {  // a bundle, mostly with few counted slots, full of the pattern or of what is nearly it
+    } else {  // a bundle, mostly with few counted parcels, full of the pattern or of a near miss
       constexpr std::uint32_t kOpcodes[] = {0x1F, 0x3B, 0x3F, 0x7F};
       std::uint32_t slots = random() & 0xFF80;
       slots &= random();

@@ -1,5 +1,5 @@
-// Inputs of every shape for the decoders, each grown from a string of bytes: by fuzz targets from what libFuzzer makes
-// up, by tests from random bytes. Most of them are plausible enough to be decoded.
+// Grows inputs of every shape for the decoders from a string of bytes: libFuzzer's in fuzz targets, random ones in
+// tests. Most inputs are plausible enough to be decoded.
 #pragma once
 
 #include <string>

@@ -1,5 +1,5 @@
-// What a device leaves behind, built field by field: print buffers, descriptor logs and kernels, for tests, fuzz
-// targets and benchmarks. docs/formats.md has the layouts.
+// Device data built field by field: print buffers, descriptor logs and kernels, for tests, fuzz targets and benchmarks.
+// docs/formats.md has the layouts.
 #pragma once
 
 #include <array>
@@ -49,7 +49,7 @@ struct PrintBuffer {
 };
 
 // --------------------------------------------------------------------------------------------------------------------
-// Parts of a log at any place of it, also where a device would not write them.
+// Parts of a log at any offset, even where a device would not write them.
 
 inline void putTrailer(std::string& log, std::uint64_t writeOffset, std::uint64_t totalUsed) {
   put(log, log.size() - 64, writeOffset, 2);
@@ -71,8 +71,8 @@ inline std::string recordBytes(std::uint64_t pc, std::uint64_t start, std::strin
   return bytes.append(tag);
 }
 
-// Writes a record where it is looked for when the write offset is `writeOffset`: at positions that wrap modulo 2^32,
-// and those of tag, start offset and PC cut to 16 bits.
+// Writes a record where the newest one is read for a write offset of `writeOffset`: at positions that wrap modulo 2^32,
+// those of tag, start offset and PC cut to 16 bits.
 inline void putNewest(std::string& log, std::uint32_t writeOffset, std::uint32_t start, std::string_view tag,
                       std::uint32_t pc) {
   const auto ringSize = static_cast<std::uint32_t>(log.size() - 64);
@@ -83,7 +83,7 @@ inline void putNewest(std::string& log, std::uint32_t writeOffset, std::uint32_t
   putTrailer(log, writeOffset, writeOffset);
 }
 
-// Appends entries to a log's ring as the device does.
+// Appends entries to a log's ring as a device does.
 class LogWriter {
  public:
   struct Record {
@@ -93,7 +93,7 @@ class LogWriter {
 
   explicit LogWriter(std::size_t ringSize, std::size_t at = 0) : LogWriter(std::string(ringSize, '\0'), at) {}
 
-  // With `ring` to be overwritten.
+  // Starts with the contents `ring`, which is overwritten.
   LogWriter(const std::string& ring, std::size_t at)
       : log_(ring + std::string(64, '\0')), at_(at % ring.size()), start_(at_) {}
 
@@ -101,19 +101,19 @@ class LogWriter {
   std::size_t writeOffset() const { return at_; }
   std::size_t start() const { return start_; }
 
-  // Leaves bytes of the ring as they are.
+  // Leaves `count` bytes of the ring unchanged.
   void skip(std::size_t count) { at_ = (at_ + count) % ringSize(); }
 
-  // The start offset of the records to come.
+  // Sets the start offset of later records.
   void setStart(std::size_t offset) { start_ = offset; }
 
-  // The header of an entry, to which the records to come belong.
+  // Writes the header of an entry, to which later records belong.
   void header(std::uint64_t units) {
     setStart(at_);
     appendRing(headerBytes(units));
   }
 
-  // `length` bytes counting up from `first`.
+  // Writes `length` bytes counting up from `first`.
   void descriptor(std::size_t length, std::size_t first = 0) {
     for (std::size_t i = 0; i < length; ++i) appendRing(std::string(1, static_cast<char>(first + i)));
   }
@@ -147,7 +147,7 @@ class LogWriter {
 
 // --------------------------------------------------------------------------------------------------------------------
 
-// The head parcel of a bundle: its opcode, the parcels of the three counted slots, and the length extension.
+// The head parcel of a bundle: its opcode, the numbers of parcels in the three counted slots, and the length extension.
 constexpr std::uint32_t bundleHead(std::uint32_t opcode, std::uint32_t a, std::uint32_t b, std::uint32_t c,
                                    std::uint32_t extension = 0) {
   return opcode | a << 7 | b << 9 | (c & 1) << 11 | extension << 12 | c >> 1 << 15;
