@@ -1,4 +1,4 @@
-// Counts what is allocated. The library, too, allocates through these; they stand apart so that nothing is inlined.
+// Counts allocations, including the library's. This is a file of its own so that nothing is inlined.
 
 #include <cstdlib>
 #include <new>

@@ -1,5 +1,5 @@
-// Times every operation of the library against the plain way of doing the same (the reference), and prints the figures
-// as Markdown.
+// Times every operation of the library against the plain implementation (the reference), and prints the figures as
+// Markdown.
 
 #include <benchmark/benchmark.h>
 #ifdef __GLIBC__
@@ -37,8 +37,8 @@ extern std::size_t allocations;  // so far
 
 namespace {
 
-// Does something once, releases what came of it, and leaves its content in `*result` if that is not null.
-// The calls go to other translation units, so none of them can be left out.
+// Runs an operation once, releases its result, and leaves the result's content in `*result` if that is not null. The
+// calls go to other translation units, so none of them can be optimised away.
 using Operation = std::function<void(std::string* result)>;
 
 template <typename Get>
@@ -80,13 +80,13 @@ struct Pair {
   Operation plain;
 };
 
-// The bytes stay where they are, so that both ways work on the same ones.
+// Keeps the bytes in place, so that both implementations work on the same ones.
 const std::string& kept(std::string bytes) {
   static std::deque<std::string> all;
   return all.emplace_back(std::move(bytes));
 }
 
-// With `values`, these by turns instead of random ones.
+// With `values`, the data cycles through these instead of random ones.
 Pair print(std::uint32_t printKind, std::uint32_t dataType, std::uint32_t threads, const char* format,
            std::initializer_list<float> values = {}) {
   const auto& buffer = kept(printBuffer(printKind, dataType, threads, values));
@@ -130,7 +130,7 @@ Pair checksum(std::size_t size) {
           valueOf([&] { return reference::checksum(bytes.data(), bytes.size()); })};
 }
 
-// The times of some operations in one round, in the order in which they were registered.
+// The times of the operations in one round, in order of registration.
 struct Round : benchmark::BenchmarkReporter {
   bool ReportContext(const Context&) override { return true; }
   void ReportRuns(const std::vector<Run>& runs) override {
@@ -139,7 +139,7 @@ struct Round : benchmark::BenchmarkReporter {
   std::vector<double> seconds;
 };
 
-// Whether the C library gives freed memory back to the system after each call.
+// Whether the C library returns freed memory to the system after each call.
 bool isCold = false;
 
 void coolHeap() {
@@ -148,7 +148,7 @@ void coolHeap() {
 #endif
 }
 
-// Times the operations in turn, round by round, so that what slows the machine down meets all of them.
+// Times the operations in turn, round by round, so that whatever slows the machine down affects all of them.
 std::vector<Round> timeRounds(const std::vector<std::pair<std::string, Operation>>& operations) {
   for (const auto& [name, operation] : operations) {
     const auto run = [&op = operation](benchmark::State& state) {
@@ -180,12 +180,12 @@ double microseconds(const std::vector<Round>& rounds, std::size_t i) {
   return median(rounds, [i](const auto& seconds) { return seconds[i] * 1e6; });
 }
 
-// How many times the time of the first operation the one of operation `i` is.
+// The time of operation `i` as a multiple of the first operation's.
 double ratio(const std::vector<Round>& rounds, std::size_t i) {
   return median(rounds, [i](const auto& seconds) { return seconds[i] / seconds[0]; });
 }
 
-// How many times as fast as the plain way the library is to be.
+// Targets: how many times as fast as the reference the library should be.
 constexpr double kPlainIntegers = 8.5;
 constexpr double kOtherIntegers = 5;
 constexpr double kFixedFloats = 10;
@@ -204,7 +204,7 @@ constexpr double kMixedScan = 1.3;
 constexpr double kChecksum = 0.97;
 constexpr double kNoTarget = 0;
 
-// Parts of the names of the rows that are wanted; all rows, where there are none.
+// Only rows whose names contain one of these are shown; if there are none, all rows.
 std::vector<std::string> wanted;
 
 bool isWanted(const std::string& name) {
@@ -212,7 +212,7 @@ bool isWanted(const std::string& name) {
                                        [&](const auto& part) { return name.find(part) != std::string::npos; });
 }
 
-// Tables are indented, as Markdown has what is to be shown as it is. Their heads stand above their first rows.
+// Tables are indented, as verbatim text is in Markdown. A head is printed before the table's first row.
 struct Table {
   const char* head;
 
@@ -337,7 +337,7 @@ void write(const std::filesystem::path& path, const std::string& bytes) {
   std::ofstream(path, std::ios::binary) << bytes;
 }
 
-// The processor time that the tool takes, with its output thrown away.
+// The processor time that the tool takes, with its output discarded.
 double millisecondsOfTool(std::vector<std::string> arguments) {
   std::vector<char*> argv = {const_cast<char*>(TOOL)};
   for (auto& argument : arguments) argv.push_back(argument.data());
@@ -360,7 +360,7 @@ double millisecondsOfTool(std::vector<std::string> arguments) {
   return milliseconds(used.ru_utime) + milliseconds(used.ru_stime);
 }
 
-// By turns, as the operations of the library.
+// Alternates between text and JSON, as with the operations of the library.
 void runTool(const char* name, const std::vector<std::string>& arguments, const std::vector<std::string>& files) {
   if (!isWanted(name)) return;
   auto text = arguments;
@@ -396,7 +396,7 @@ void runToolOnFolders() {
 
 // zarn_bench [--cold] [PART OF A ROW'S NAME]...
 //
-// With --cold, only the descriptor logs, and each call finds an empty heap.
+// With --cold, runs only the descriptor logs, and each call finds an empty heap.
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   bench::wanted.assign(argv + 1, argv + argc);

@@ -1,9 +1,9 @@
-// Every word as a value of a format: the library's text beside {fmt}'s own.
+// Compares the library's text with {fmt}'s own for every word as the value of a format.
 //
 //   zarn_sweep [--slice] FORMAT...
 //
 // With --slice, a few hundred thousand words instead of 2^32: every 10007th, and those around the powers of two and
-// ten, as integers and as the bits of floats. Formats must have no silent conversion, of which {fmt} would do harm.
+// ten, as integers and as the bits of floats. Formats must have no silent conversion, with which {fmt} would do harm.
 
 #include <algorithm>
 #include <atomic>
@@ -46,13 +46,13 @@ std::vector<std::uint32_t> sliceOfWords() {
 
 class Sweep {
  public:
-  // The slice is empty for all words.
+  // An empty slice stands for all words.
   Sweep(const char* format, bool isFloat, const std::vector<std::uint32_t>& slice)
       : format_(format), isFloat_(isFloat), slice_(slice), words_(slice.empty() ? kAllWords : slice.size()) {}
 
   std::uint64_t words() const { return words_; }
 
-  // On all cores. Returns the number of differences.
+  // Runs on all cores. Returns the number of differences.
   std::uint64_t run() {
     const auto start = std::chrono::steady_clock::now();
     std::vector<std::thread> threads(std::max(std::thread::hardware_concurrency(), 1U));
@@ -117,7 +117,7 @@ class Sweep {
   std::atomic<std::uint64_t> differences_ = 0;
 };
 
-// Whether an integer shows at all.
+// Whether the format shows integers at all.
 bool suitsIntegers(const char* format) {
   return fmt::sprintf(format, std::uint32_t{7}) != fmt::sprintf(format, std::uint32_t{8});
 }

@@ -2,7 +2,7 @@
 #include <stdio.h>
 #include <zarn_utility.h>
 
-/* Reads a file of less than capacity bytes and returns its size; 0 also when it can't be read. */
+/* Reads a file of fewer than capacity bytes and returns its size, or 0 if it can't be read. */
 static size_t load(const char* name, char* bytes, size_t capacity) {
   FILE* file = fopen(name, "rb");
   size_t size = file == NULL ? 0 : fread(bytes, 1, capacity - 1, file);

@@ -1,4 +1,4 @@
-// Lists the entries of a descriptor log, newest first, and looks into a kernel binary: decode LOG KERNEL
+// Lists the entries of a descriptor log, newest first, and checks a kernel binary: decode LOG KERNEL
 #include <zarn_utility.h>
 
 #include <cinttypes>

@@ -1,4 +1,5 @@
-// A fuzz target: compares what an input grows into by COMPARE, one of the functions of compare.h. libFuzzer calls it.
+// A fuzz target, called by libFuzzer. It compares what an input grows into by COMPARE, one of the functions of
+// compare.h.
 
 #include <cstddef>
 #include <cstdint>
@@ -13,7 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     long runs = 0;
     long decoded = 0;
     ~Share() { std::fprintf(stderr, "decoded: %ld of %ld inputs\n", decoded, runs); }
-  } share;  // told when the program ends
+  } share;  // printed when the program ends
   const auto [difference, isDecoded] = COMPARE(std::string_view(reinterpret_cast<const char*>(data), size));
   if (!difference.empty()) {
     std::fprintf(stderr, "library and reference differ: %s\n", difference.c_str());
