@@ -1,4 +1,4 @@
-// Kernel binaries: checksums against values of xxhsum, and the scan over every form of bundle, up to the last byte
+// Kernel binaries: checksums against values from xxhsum, and the scan over every form of bundle, up to the last byte
 // before memory that can't be read.
 
 #include <gtest/gtest.h>
@@ -18,7 +18,7 @@ namespace {
 
 using namespace zarn::inputs;
 
-// As xxhsum of Debian's xxhash 0.8.1 prints them: the short path, exactly one stripe, and both kinds of tails.
+// From xxhsum of Debian's xxhash 0.8.1: the short path, exactly one stripe, and both kinds of tails.
 TEST(Checksum, EqualsTheRecordedValues) {
   std::uint64_t stored = 0;
   EXPECT_EQ(clc_bin_compute_checksum(nullptr, 0, &stored), 0xEF46DB3751D8E999);
@@ -37,7 +37,7 @@ TEST(Checksum, EqualsTheRecordedValues) {
   }
 }
 
-// Between the bytes and memory that can't be read. The reference has to find the same.
+// Scans bytes that end right before memory that can't be read. The reference must find the same.
 int scan(const std::string& bytes) {
   const GuardedBytes guarded(bytes);
   const auto length = static_cast<std::int64_t>(guarded.size());
@@ -53,7 +53,7 @@ std::string hex(const std::string& digits) {
   return bytes;
 }
 
-// Alone, and behind runs of each instruction that is no bundle: long ones are gone over in a way of their own.
+// Scans each stream alone, and after runs of each instruction that is not a bundle: long runs have a loop of their own.
 TEST(EdmaScan, KnownStreams) {
   forEachRow("streams.txt", 3, [](const Row& row) {
     SCOPED_TRACE(row.place);
@@ -78,10 +78,10 @@ TEST(EdmaScan, KnownStreams) {
   EXPECT_EQ(clc_bin_has_edma_instr(bundle.data(), std::int64_t{1} << 32), 1);  // read no further
 }
 
-// The pattern at every parcel after every head; where there is just enough to read for the longest instruction, and
-// where there is less. It counts in bundles of 6 bytes with no counted parcel, of 8 with one, and of 10 to 24 with two
-// to nine: one, three and 60 ways to count so many in three slots, each with what bits 12-14 are free to be. One of the
-// last does not fit into 22 bytes.
+// The pattern at every parcel after every head, with just enough bytes to read for the longest instruction, and with
+// fewer. It counts in bundles of 6 bytes with no counted parcel, of 8 with one, and of 10 to 24 with two to nine. There
+// are one, three and 60 ways to count that many in three slots, each with every value that bits 12-14 are free to have.
+// One of the last does not fit into 22 bytes.
 TEST(EdmaScan, EveryHead) {
   for (const std::size_t length : {24U, 22U}) {
     GuardedBytes stream(length);

@@ -1,5 +1,5 @@
-// Input that changes during a call, as it does where a device still writes: any mixture may come out, but memory stays
-// whole, which AddressSanitizer sees to, and the call ends.
+// Input that changes during a call, as it does while a device still writes: any mixture may come out, but memory stays
+// intact, which AddressSanitizer checks, and the call ends.
 
 #include <gtest/gtest.h>
 
@@ -22,7 +22,7 @@ namespace {
 
 using namespace zarn::inputs;
 
-// Bytes that a thread goes on changing between two contents of the same size.
+// Bytes that a thread keeps switching between two contents of the same size.
 class ChangingBytes {
  public:
   ChangingBytes(const std::string& one, const std::string& other) : bytes_(one) {
@@ -97,7 +97,7 @@ TEST(ChangingInput, LogsOfAnyBytes) {
 TEST(ChangingInput, PrintBuffers) {
   PrintBuffer one{headerWord(0, 2), 1, 2, 3, 4, 5, {0x5555, 0, ~0U, 0}}, other{headerWord(6, 5)};
   other.data.fill(0xFFFFFFFF);
-  // Beside digits lie what '0' makes negative or too large when it is subtracted, and what makes other conversions.
+  // Digits change to characters that subtracting '0' makes negative or too large, and to those of other conversions.
   const std::string oneFormat = std::string("%12u|%-9.4x|%1$.3d|%8.2f") + '\0';
   const std::string otherFormat = std::string("%1:s|%-\x80.*c|%*$.\xB1g|%8.\x7F%") + '\0';
   ASSERT_EQ(oneFormat.size(), otherFormat.size());

@@ -20,7 +20,7 @@ namespace reference = zarn::reference;
 
 namespace {
 
-// Where two texts begin to differ, with what follows there; or that memory was not given back.
+// Where two texts begin to differ, with what follows there; or that memory was not freed.
 template <typename Library, typename Reference>
 std::string difference(const std::string& what, Library library, Reference reference) {
   const long before = liveAllocations();
@@ -46,8 +46,8 @@ std::string pcs(const char* name, bool has, const std::uint32_t* pcs, std::uint3
   return text;
 }
 
-// "eDMA pc 1 size 64", then the bytes of the descriptor that are not 0, each with its index, as "bytes 0=7f 63=01": at
-// most six of them, and how many more there are. Then what ring-buffer records there are.
+// "eDMA pc 1 size 64", then the non-zero bytes of the descriptor with their indices, as in "bytes 0=7f 63=01": at most
+// six, and how many more there are. Then the ring-buffer records.
 std::string summary(const DescBufInfo& info) {
   std::ostringstream text;
   text << (info.overSized ? "over " : "") << (info.isEdma ? "eDMA" : "") << (info.isGlsu ? "GLSU" : "")
@@ -65,7 +65,7 @@ std::string summary(const DescBufInfo& info) {
          pcs("RL", info.hasRbRelease, info.rbReleasePcs, info.rbReleaseCount);
 }
 
-// Every field, with each element of its arrays.
+// Every field, and each element of its arrays.
 std::string describe(const DescBufInfo& info) {
   return summary(info) + '\n' +
          numbers({info.valid, info.overSized, info.isEdma, info.isGlsu, info.isRingBufferAte, info.hasRbNextPtr,
@@ -165,8 +165,8 @@ std::string compareLog(const void* log, std::uint64_t size) {
                difference(
                    "report", [&] { return textOf(report, db_free_desc_string); },
                    [&] { return reference::report(log, size).value_or("null"); });
-  // An array begins with memory for as many entries as the ring may have. And entries and records in circles, in a ring
-  // of 128 KiB, can make 28 million PCs; the reference takes 20 seconds for them under a sanitizer.
+  // An array decode first allocates memory for as many entries as the ring may have. And circles of entries and records
+  // in a ring of 128 KiB can produce 28 million PCs, for which the reference takes 20 seconds under a sanitizer.
   if (!found.empty() || size > 1 << 24 || countPcs(log, size) > 2'000'000) return found;
   return difference(
              "array", [&] { return entries(log, size, db_get_desc_buffer_info_array, release, describe); },
@@ -197,7 +197,7 @@ Comparison compareGrownLog(std::string_view seed) {
   return {compareLog(log.data(), log.size()), newestEntry(log.data(), log.size()) != "null"};
 }
 
-// Compares the seed itself as well.
+// Also compares the seed itself.
 Comparison compareGrownKernel(std::string_view seed) {
   const ExactBytes plain(seed, 1);
   const ExactBytes grown(zarn::inputs::growKernel(seed));

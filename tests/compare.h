@@ -1,5 +1,5 @@
-// The library beside the reference, on the same input: every field, array element, byte of text and count. Each
-// function returns what differs, and "" where nothing does; memory that is not given back differs, too.
+// Compares the library with the reference on the same input: every field, array element, byte of text and count. Each
+// function returns what differs, or "" if nothing does; memory that is not freed counts as a difference.
 #pragma once
 
 #include <cstddef>
@@ -11,15 +11,15 @@ std::string comparePrint(const void* buffer, std::size_t size, const char* strin
 std::string compareLog(const void* log, std::uint64_t size);
 std::string compareKernel(const void* kernel, std::size_t size);
 
-// What the library decodes from a log, as the rows of tests/cases/logs.txt have it: the newest entry, or all of them,
-// where equal ones in a row are counted: "2 x GLSU pc 3 size 64 | 1 x eDMA pc 2 size 64".
+// What the library decodes from a log, in the form of tests/cases/logs.txt: the newest entry, or all entries with equal
+// ones in a row counted: "2 x GLSU pc 3 size 64 | 1 x eDMA pc 2 size 64".
 std::string newestEntry(const void* log, std::uint64_t size);
 std::string allEntries(const void* log, std::uint64_t size);
 
-// The library beside the reference on what a seed grows into.
+// Compares the library with the reference on what a seed grows into.
 struct Comparison {
   std::string difference;
-  bool isDecoded;  // not rejected; of a kernel: it has an eDMA instruction
+  bool isDecoded;  // not rejected; for a kernel: it has an eDMA instruction
 };
 Comparison compareGrownPrint(std::string_view seed);
 Comparison compareGrownLog(std::string_view seed);

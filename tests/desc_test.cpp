@@ -24,7 +24,7 @@ namespace {
 
 using namespace zarn::inputs;
 
-// Writes a part of what tests/cases/logs.txt says of a log, `shift` bytes further on.
+// Writes one part of a log as tests/cases/logs.txt gives it, `shift` bytes further on.
 void write(GuardedBytes& log, const std::string& part, std::size_t shift) {
   std::string separators, spaced = part;
   for (char& c : spaced) {
@@ -47,7 +47,7 @@ void write(GuardedBytes& log, const std::string& part, std::size_t shift) {
   }
 }
 
-// Writes the write offset, and then each part; "20*" makes twenty of one, eight bytes from each to the next.
+// Writes the write offset, then each part; "20*" writes a part twenty times, eight bytes apart.
 void fill(GuardedBytes& log, std::size_t writeOffset, const std::string& parts) {
   if (log.size() >= 64) {
     std::string trailer(64, '\0');
@@ -62,7 +62,7 @@ void fill(GuardedBytes& log, std::size_t writeOffset, const std::string& parts) 
   }
 }
 
-// What `put` puts at the place it is given: counted, and then written into memory of exactly that size.
+// The text that `put` produces: counted, then written into memory of exactly that size.
 template <typename Put>
 std::string written(Put put) {
   std::size_t pcRoom = 0;
@@ -102,7 +102,7 @@ TEST(DescLog, DecodesAsTheCasesSay) {
   EXPECT_EQ(compareLog(nullptr, 256), "");
 }
 
-// Every tag: of the newest record, of the newest of an entry before, and among ring-buffer records.
+// Every tag: in the newest record, in the newest record of an earlier entry, and among ring-buffer records.
 TEST(DescLog, KnowsSixTags) {
   int known = 0;
   for (std::uint32_t tag = 0; tag < 0x10000; ++tag) {
@@ -130,7 +130,7 @@ TEST(DescLog, AllocatesExactlyWhatIsStated) {
   db_free_desc_buffer_info_array(array, 2);
 }
 
-// Records as no log gives them: valid, overSized, three types, three has-flags, total, PC, and the four arrays.
+// Records that no log gives: valid, overSized, three types, three has-flags, total, PC, and the four arrays.
 TEST(DescReport, SaysExactlyWhatTheRecordHolds) {
   std::uint8_t counting[36];
   std::iota(std::begin(counting), std::end(counting), std::uint8_t{0x10});
@@ -157,7 +157,7 @@ TEST(DescReport, SaysExactlyWhatTheRecordHolds) {
   std::ifstream file(CASES "/reports.txt");
   EXPECT_EQ(found, std::string(std::istreambuf_iterator<char>(file), {}));
 
-  // As many table entries as a count can stand for, and one more, which stands for none.
+  // The most table entries that a count can stand for, and one more, which counts as none.
   const DescBufInfo most{1, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0x7FFFFFFF, {}, 0, {}, 0, {}, 0, {}};
   const DescBufInfo none{1, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0x80000000, {}, 0, {}, 0, {}, 0, {}};
   std::size_t pcRoom = 0;

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# The transcripts in the documents are what the tool prints, and docs/design.md lists the names of all behaviour that
-# the code marks as deliberate: documents.sh TOOL...
+# Checks that the transcripts in the documents are what the tool prints, and that docs/design.md lists the names of all
+# behaviour that the code marks as deliberate: documents.sh TOOL...
 #
-# README.md's transcripts run as typed in the project's folder. Those of formats.md and of the man page, which are
+# README.md's transcripts run as typed in the project's folder. Those of formats.md and the man page, which are
 # installed, run among the samples.
 set -u
 # shellcheck source-path=SCRIPTDIR

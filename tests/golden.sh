@@ -4,9 +4,9 @@
 #   golden.sh [--update] FILE.txt TOOL...     TOOL... is how zarn-utility is started
 #
 # A golden file is a transcript: each line "$ COMMAND", then what it wrote to standard output and standard error, then
-# "[exit STATUS]". --update writes the transcript anew, to be read line by line before it is committed.
+# "[exit STATUS]". --update rewrites the transcript, to be read line by line before it is committed.
 #
-# The exit status is 77 where a transcript needs a terminal and the machine has none to give.
+# The exit status is 77 if a transcript needs a terminal and the machine can't provide one.
 set -u
 # shellcheck source-path=SCRIPTDIR
 . "$(dirname "$0")/environment.sh"
@@ -23,7 +23,7 @@ cd "$(dirname "$0")/samples" || exit 2
 
 zarn-utility() { "${tool[@]}" "$@"; }
 
-# zarn-utility with a terminal for its output.
+# Runs zarn-utility with its output going to a terminal.
 on-terminal() { terminal "$(printf '%q ' "${tool[@]}" "$@")" | tr -d '\r'; }
 terminal() { SHELL=$BASH script -qec "$1" /dev/null </dev/null; }
 if grep -q '^\$ .*on-terminal ' "$golden" && ! terminal true; then
@@ -31,8 +31,8 @@ if grep -q '^\$ .*on-terminal ' "$golden" && ! terminal true; then
   exit 77
 fi
 
-# The string table of the samples with one more format, and a print buffer of one value for it: VALUE is four bytes as
-# printf takes them.
+# The string table of the samples with one more format, and a print buffer with one value for it: VALUE is four bytes as
+# printf escapes.
 table() { cat print/strings.bin && printf '%s\0' "$1"; }
 single() {
   head -c 40 print/single-u32.bin
@@ -41,7 +41,7 @@ single() {
   tail -c +49 print/single-u32.bin
 }
 
-# Descriptor logs: a file with two bytes changed, and parts of logs. `entry` is an eDMA one of 76 bytes.
+# Descriptor logs: a file with two bytes changed, and parts of logs. `entry` is an eDMA entry of 76 bytes.
 zeros() { head -c "$1" /dev/zero; }
 # shellcheck disable=SC2059  # the number becomes escapes
 u16() { printf "\\$(printf %o $(($1 & 255)))\\$(printf %o $(($1 >> 8)))"; }

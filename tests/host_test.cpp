@@ -1,5 +1,5 @@
-// The shared object in a program of its own: on many threads while the locale changes, with an operator new that
-// throws, and in a backtrace.
+// The shared object in a host program: on many threads while the locale changes, with an operator new that throws, and
+// in a backtrace.
 
 #include <execinfo.h>
 #include <gtest/gtest.h>
@@ -36,7 +36,7 @@ void throwAtLast() {
 
 void trace() { addressCount = backtrace(addresses, std::size(addresses)); }
 
-// Runs a function of the library with what its allocations are to do.
+// Calls a function of the library; `duringAllocation` is called at each of its allocations.
 AllocationHook* duringAllocation = nullptr;
 template <typename Function, typename... Arguments>
 [[gnu::noinline]] auto call(Function* function, Arguments... arguments) {
@@ -75,7 +75,7 @@ std::string report() {
   return taken(call(get, kLog.data(), kLog.size()), db_free_desc_string);
 }
 
-// The first of them allocate nothing.
+// The functions of the first row allocate nothing.
 const struct {
   const char* name;
   std::string (*run)();
@@ -146,12 +146,12 @@ TEST(Host, ThreadsCallAllFunctionsWhileTheLocaleChanges) {
   std::setlocale(LC_ALL, "C");
 }
 
-// How a child process ends that runs a function whose allocation `nth` throws: by SIGABRT, with status 0 where nothing
-// was thrown, or with 1 where the exception left the library.
+// How a child process ends when allocation `nth` of a function throws: by SIGABRT, with status 0 if nothing was thrown,
+// or with 1 if the exception left the library.
 int endOfChild(std::string (*run)(), int nth) {
   const pid_t child = fork();
   if (child == 0) {
-    close(STDERR_FILENO);  // std::terminate has something to say
+    close(STDERR_FILENO);  // std::terminate prints a message
     allocationsUntilThrow = nth;
     duringAllocation = throwAtLast;
     try {

@@ -22,16 +22,16 @@ mkdir "$work/moved"
 mv "$work/first" "$work/moved/prefix"
 prefix=$work/moved/prefix
 library=$(find "$prefix" -name libzarn_clc_zarn_utility.so)
-export LD_LIBRARY_PATH=${library%/*}  # only for the C program: CMake writes the place into what it builds
+export LD_LIBRARY_PATH=${library%/*}  # only for the C program: CMake writes the path into what it builds
 
-# The tool, which is one file to copy.
+# The tool, which is a single file to copy.
 mv "$prefix/bin" "$work/moved"
 tool() { env -u LD_LIBRARY_PATH "$work/moved/bin/zarn-utility" "$@"; }
 check "version of the tool" "zarn-utility $version" "$(tool --version)"
 check "version of the man page" 1 "$(grep -c "^\.Os zarn-utility $version$" "$prefix/share/man/man1/zarn-utility.1")"
 check "installed documents" "NOTICE.md formats.md" "$(cd "$prefix/share/doc/zarn_utility" && echo *)"
 
-# Files that name this build or the first prefix could not be moved.
+# Files that name this build or the first prefix could not be moved, so there must be none.
 check "places in the installed files" "" \
   "$(grep -rIlFe "$work/" -e "$(realpath "$build")/" -e "$source/" "$prefix" || true)"
 
@@ -44,7 +44,7 @@ PC 96: eDMA, descriptor of 64 bytes
 515be5711044d920 uses eDMA"
 inputs=("$samples/log/ring-buffer-ate.bin" "$samples/kernel/with-edma.bin")
 
-# C, by pkg-config.
+# C, with pkg-config.
 export PKG_CONFIG_PATH=${library%/*}/pkgconfig
 check "version of the pkg-config file" "$version" "$(pkg-config --modversion zarn_utility)"
 eval "found=($(pkg-config --cflags --libs zarn_utility))"  # quoted for a shell
@@ -73,12 +73,13 @@ consumer() {  # consumer NAME OPTION...
   check "C++ by $name" "$listed" "$("$work/$name/decode" "${inputs[@]}")"
 }
 
-# C++, by find_package.
+# C++, with find_package.
 consumer package -DCMAKE_PREFIX_PATH="$prefix"
 check "version of the CMake package" "$version" \
   "$(sed -n 's/^set(PACKAGE_VERSION "\(.*\)")$/\1/p' "$prefix"/*/cmake/zarn_utility/zarn_utility-config-version.cmake)"
 
-# C++, as a subproject, which keeps to itself: its parent has other versions of all headers, and no exceptions.
+# C++, as a subproject, which must be independent of its parent: that has other versions of all headers, and no
+# exceptions.
 other=$work/other
 mkdir -p "$other"/{include/{fmt,nlohmann},lib/cmake/fmt}
 for header in fmt/core fmt/format fmt/printf nlohmann/json xxhash; do
@@ -91,7 +92,7 @@ target_include_directories(fmt::fmt-header-only INTERFACE ${CMAKE_CURRENT_LIST_D
   >"$other/lib/cmake/fmt/fmt-config.cmake"
 subproject=(-DZARN_UTILITY_SOURCE="$source" -DOTHER="$other" -DCMAKE_PREFIX_PATH="$other")
 consumer subproject "${subproject[@]}" -DFMT_USE=before -DCMAKE_CXX_FLAGS="${CXXFLAGS:-} -fno-exceptions"
-# The loader takes the library that is there already; the place of one that is preloaded must have no blanks.
+# The loader uses the preloaded library. LD_PRELOAD can't take a path with blanks.
 (cd "$work/subproject/zarn_utility" && LD_PRELOAD=./${library##*/} \
   logged "$work/exceptions.log" "$build/tests/host_tests" --gtest_filter=Host.AnExceptionOfOperatorNewEndsTheProcess)
 check "exceptions, with a parent that has none" 1 "$(grep -c '^\[  PASSED  \] 1 test\.$' "$work/exceptions.log")"
@@ -99,7 +100,7 @@ check "tests of a subproject" "Total Tests: 0" "$(ctest --test-dir "$work/subpro
 cmake --install "$work/subproject" >/dev/null
 check "installed by a subproject" "" "$(find "$work/subproject/prefix" -type f 2>/dev/null)"
 
-# What other parents do shows when they are configured.
+# Other parents need only be configured.
 configure target "${subproject[@]}" -DFMT_USE=target -DZARN_UTILITY_BUILD_TOOL=ON
 configure after "${subproject[@]}" -DFMT_USE=after
 configure exported "${subproject[@]}" -DZARN_UTILITY_INSTALL=ON -DEXPORTED=ON
@@ -111,7 +112,7 @@ done
 
 check "headers of the parent that were found" "" "$(grep -hF "_INCLUDE_DIR:PATH=$other" "$work"/*/CMakeCache.txt)"
 
-# Without headers and without network, what helps is said at once. An empty place is none, and is not searched for.
+# Without headers and network, the error says at once what helps. An empty path suppresses the search for headers.
 if cmake -S "$source" -B "$work/offline" -DZARN_UTILITY_FMT_INCLUDE_DIR= -DZARN_UTILITY_FMT_URL="file://$work/nowhere" \
   >"$work/offline.log" 2>&1; then
   check "what happens without {fmt}" "an error" "none"

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Writes the sample files as they are in samples/: make_samples.sh DIRECTORY. docs/formats.md has the layouts.
+# Writes the sample files of samples/: make_samples.sh DIRECTORY. docs/formats.md has the layouts.
 set -eu
 mkdir -p "$1"/{print,log,kernel}
 cd "$1"
 
-# little WIDTH VALUE...: each value as WIDTH bytes, the lowest first
+# little WIDTH VALUE...: writes each value as WIDTH bytes, the lowest first
 little() {
   local width=$1 value bytes='' i
   shift
@@ -57,7 +57,7 @@ print all-i32 6 0 '%+d' '' '1000 * (i - 64)'
 print all-float 7 5 '%.1e' '' 'quarters[i]'
 
 # ----------------------------------------------------------------------------------------------------------------------
-# Descriptor logs: bytes are appended to a ring from a place on.
+# Descriptor logs: bytes are appended to a ring from a given position on.
 
 # ring SIZE AT
 ring() {
@@ -120,5 +120,5 @@ log over-sized 1260
 
 little 2 0x0013 0x0000 0x0001 0x001F 0x0040 0xF900 >kernel/with-edma.bin
 little 2 0x0013 0x0000 0x0001 0x001F 0x0040 0xF800 >kernel/without-edma.bin
-# The marker "prot" ends the instructions; what follows is not looked at.
+# The marker "prot" ends the instructions; what follows is not scanned.
 little 2 0x0013 0x0000 0x7270 0x746F 0x0000 0x001F 0x0040 0xF900 >kernel/stopped.bin

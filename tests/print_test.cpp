@@ -1,4 +1,4 @@
-// Print buffers: header checks at their limits, and the text of values beside {fmt}'s.
+// Print buffers: header checks at their limits, and the text of values compared with {fmt}'s.
 
 #include <gtest/gtest.h>
 #include <locale.h>
@@ -31,7 +31,7 @@ using zarn::inputs::PrintBuffer;
 constexpr std::uint32_t kSingleWord = zarn::inputs::headerWord(2, 0);
 constexpr std::uint32_t kSingleFloat = zarn::inputs::headerWord(2, 5);
 
-// Every identifier differs in each of its bytes.
+// The identifiers differ in every byte.
 PrintBuffer printBuffer(std::uint32_t headerWord, std::uint32_t formatOffset = 0) {
   return {headerWord, 0x04080C10, 0x08101820, 0x0C182430, 0x10203040, 0x14283C50, {}, formatOffset, {}};
 }
@@ -43,7 +43,7 @@ std::string printText(const std::string& buffer, const std::string& format) {
                 db_free_printf_string);
 }
 
-// The text that one value gives, without header block and line end.
+// The text of one value, without header block and line end.
 std::string valueText(const std::string& format, std::uint32_t headerWord, std::uint32_t word) {
   static std::string buffer = printBuffer(0).bytes();  // one test makes 800,000 of these texts
   zarn::inputs::put(buffer, 0, headerWord, 4);
@@ -68,7 +68,7 @@ std::string identifiers(const ExactBytes& buffer) {
   return found;
 }
 
-// The library beside the reference, with memory that can't be read right after the format.
+// Compares the library with the reference, with memory that can't be read right after the format.
 std::string difference(const std::string& buffer, const std::string& format) {
   const ExactBytes bytes(buffer);
   const GuardedBytes table(format + '\0');
@@ -123,8 +123,8 @@ TEST(PrintText, TakesMemoryForTheRecordTheTextAndWhatIsBeyond500Characters) {
     return found;
   };
   const auto header = printText(words, "").size() - 1;
-  EXPECT_EQ(allocations(words, "%c|"), "56 " + std::to_string(header + 4) + "[]");  // the value's NUL ends nothing
-  // Both what has room for the longest value and what has not; text alone, padding, a value, and what {fmt} writes.
+  EXPECT_EQ(allocations(words, "%c|"), "56 " + std::to_string(header + 4) + "[]");  // the value's NUL doesn't end it
+  // Formats with and without room for the longest value: only text, padding, a value, and what {fmt} writes.
   const auto rest = 500 - header - 1;
   const auto literal = [](std::size_t size) { return std::string(size, 'x'); };
   for (const auto& format : {literal(rest), std::string("%") + std::to_string(rest) + 'u', literal(rest - 1) + "%u",
@@ -136,18 +136,18 @@ TEST(PrintText, TakesMemoryForTheRecordTheTextAndWhatIsBeyond500Characters) {
     EXPECT_EQ(allocations(floats, format), "56 501[]") << format;
     EXPECT_NE(allocations(floats, literal(1) + format), "56 502[]") << format;
   }
-  EXPECT_EQ(allocations(floats, "%.2147483647g"), "56 " + std::to_string(header + 3) + "[]");  // of 0: "0"
-  // 128 lines find room at once, judged by the first of them: there is no allocation but that and the two others.
+  EXPECT_EQ(allocations(floats, "%.2147483647g"), "56 " + std::to_string(header + 3) + "[]");  // the value 0: "0"
+  // 128 lines get room at once, judged by the first of them: there is only that allocation and the two others.
   const auto blanks = [](const std::string& text) { return std::count(text.begin(), text.end(), ' '); };
   EXPECT_EQ(blanks(allocations(printBuffer(6).bytes(), "value %d")), 2);
   EXPECT_EQ(blanks(allocations(printBuffer(zarn::inputs::headerWord(6, 5)).bytes(), "%g, %e")), 2);
-  // And never for much more than 1 MiB of what is to come: the lines after a long one may be short.
+  // But never much more than 1 MiB in advance: the lines after a long one may be short.
   auto print = printBuffer(6);
   print.data[0] = 1000000;
   EXPECT_LT(std::stoul(allocations(print.bytes(), "%1$*u").substr(3)), 3000000U);
 }
 
-// Formats of any length put the place where the first memory ends into each part of a line: labels, text and values.
+// Formats of different lengths make the initial memory end in each part of a line: labels, text and values.
 TEST(PrintText, GrowsAtAnyCharacter) {
   for (const std::uint32_t headerWord : {0x20U, 0xC0U, 5U, 6U, 0x146U}) {
     auto print = printBuffer(headerWord);
@@ -162,15 +162,15 @@ TEST(PrintText, GrowsAtAnyCharacter) {
       }
     }
   }
-  // The longest numbers; room for a line may be just what it needs.
+  // The longest numbers, so that a line may need exactly the room it has.
   auto print = printBuffer(6);
   print.data.fill(0xFFFFFFFF);
   std::string format;
   for (int count = 0; count < 100; ++count) ASSERT_EQ(difference(print.bytes(), format += "%1$+#b"), "") << count;
 }
 
-// Every flag set, width, precision, length and conversion, also broken off in front of its type; and with another
-// conversion before or after it, where the flags are few.
+// Every flag set, width, precision, length and type, also broken off before the type; and, with a single flag, with
+// another conversion before or after it.
 TEST(PrintText, EqualsFmtOverItsWholeGrammar) {
   constexpr std::uint32_t kWords[] = {0, 9, 100, 0x7FFFFFFF, 0xFFFFFF85, 0x3FC00000, 0xC2F6E979, 0x7FC00000};
   std::size_t compared = 0;
@@ -210,7 +210,7 @@ TEST(PrintText, EqualsFmtOverItsWholeGrammar) {
   }
 }
 
-// Numbers of all sizes, by what the library writes itself.
+// Numbers of all sizes, by conversions that the library writes itself.
 TEST(PrintText, EqualsFmtForAnyValue) {
   std::uint32_t word = 1;
   std::string buffers[] = {printBuffer(kSingleWord).bytes(), printBuffer(kSingleFloat).bytes()};
@@ -226,7 +226,7 @@ TEST(PrintText, EqualsFmtForAnyValue) {
               "")
         << word;
   }
-  // Halves go to the even digit; and a carry makes the number longer.
+  // Ties go to the even digit, and a carry makes the number longer.
   std::vector<float> values = {0.5F, 1.5F, 2.5F, 9.5F, 99.5F, 0.25F, 0.75F, 0.0625F, 9.96875F, 0.99999994F, 16777215.F};
   for (int exponent = -45; exponent <= 38; ++exponent) {
     const auto power = static_cast<float>(std::pow(10.0, exponent));
@@ -260,7 +260,7 @@ TEST(PrintText, MalformedConversionsGiveWhatTheyShould) {
     EXPECT_EQ(zarn::reference::valueText(row[0], true, word), row[3]);
   });
   EXPECT_EQ(valueText("%1$x%1$*u%1$*u", kSingleWord, 600).size(), 1203);  // each '*' could be a width of 2 GiB
-  // The largest count that '*' can take; %c has no use for a precision.
+  // The largest count that '*' can take; %c ignores a precision.
   EXPECT_EQ(valueText("%1$.*c|", kSingleWord, INT_MAX), "\xFF|");
   EXPECT_EQ(valueText("%600e", kSingleFloat, 0x3FC00000), std::string(588, ' ') + "1.500000e+00");
   EXPECT_EQ(valueText("%#.5000g", kSingleFloat, 0x3F800000), "1." + std::string(4999, '0'));

@@ -1,4 +1,4 @@
-// The library against the reference, on a few thousand inputs that random bytes grow into, and on the fuzz corpus.
+// Compares the library with the reference on thousands of inputs grown from random bytes, and on the fuzz corpus.
 
 #include <gtest/gtest.h>
 
@@ -22,8 +22,8 @@ namespace {
 
 using namespace zarn::inputs;
 
-// Compares what seeds grow into: those of the fuzz target's corpus, and `count` of up to `longest` bytes, the same ones
-// in every run. Enough have to be decoded.
+// Compares what seeds grow into: those of the fuzz target's corpus, and `count` random ones of less than `longest`
+// bytes, the same in every run. Enough of them must be decoded.
 void compareGrown(Comparison (*compare)(std::string_view), const std::string& target, int count, std::size_t longest) {
   std::vector<std::pair<std::string, std::string>> seeds;
   for (const auto& file : std::filesystem::directory_iterator(CORPUS + ('/' + target))) {
@@ -52,7 +52,7 @@ TEST(Reference, PrintBuffers) { compareGrown(compareGrownPrint, "print", 8000, 6
 TEST(Reference, Logs) { compareGrown(compareGrownLog, "log", 12000, 60); }
 TEST(Reference, Kernels) { compareGrown(compareGrownKernel, "kernel", 8000, 30); }
 
-// Every size, with start offsets and write offsets round the limits of buffer and ring.
+// Every size up to 300, with start offsets and write offsets around the limits of buffer and ring.
 TEST(Reference, LogsBetweenGuardPages) {
   std::mt19937 random;
   std::size_t tag = 0;

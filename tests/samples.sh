@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The samples in samples/ are what make_samples.sh writes.
+# Checks that the samples in samples/ are what make_samples.sh writes.
 set -eu
 # shellcheck source-path=SCRIPTDIR
 . "$(dirname "$0")/environment.sh"

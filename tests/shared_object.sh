@@ -40,8 +40,8 @@ for file in "$library" ${tool:+"$tool"}; do
   check "writable code in $file" "" "$(awk '$1 == "LOAD" && /RWE/' <<<"$segments")"
 done
 
-# What each processor has for branch protection: the compiler's option, the instruction that a function begins with, and
-# what an object's note says. Each also has its largest pages and its oldest C library.
+# For each processor: the compiler's option for branch protection, the instruction that functions then begin with, and
+# what an object's note says; and its largest page size and oldest C library.
 branch_protection='' landing='' note='' page_size=0x1000 glibc=2.14
 case $(readelf -h "$library" | sed -n 's/.*Machine: *//p') in
   *X86-64) branch_protection=-fcf-protection landing=endbr64 note='x86 feature: IBT, SHSTK' ;;
@@ -50,7 +50,8 @@ case $(readelf -h "$library" | sed -n 's/.*Machine: *//p') in
 esac
 [ "$system" != Android ] || page_size=0x4000
 
-# An old machine's run-time libraries have these versions of their symbols. (A debug build asserts with newer ones.)
+# The run-time libraries of old machines have these versions of their symbols. (The assertions of a debug build need
+# newer ones.)
 if [ "$configuration" != Debug ]; then
   for most in CXXABI_1.3.9 GCC_3.4 GLIBCXX_3.4 GLIBC_$glibc; do
     found=$(readelf -W -V "$library" | grep -oE "Name: ${most%_*}_[0-9.]+" | sed 's/Name: //')
@@ -67,7 +68,7 @@ for file in "$library" ${tool:+"$tool"}; do
   done <<<"$loaded"
 done
 
-# The hardening that the compiler was asked for: whether a given compiler finds anything to protect is its own matter.
+# Checks only that the compiler was asked for hardening: whether it finds anything to protect is its own matter.
 options=(-fstack-protector-strong ${branch_protection:+"$branch_protection"})
 [ "$configuration" = Debug ] || options+=(-D_FORTIFY_SOURCE=2)
 compiled=$(grep -E '"command":.*(zarn_utility_objects|zarn_tool_objects)\.dir' "$commands")
@@ -81,7 +82,7 @@ for option in -fno-exceptions -fvisibility=hidden; do
 done
 
 if [ -n "$landing" ]; then
-  # The linked object has the note only where the C run-time's own objects have it.
+  # Checks the objects, because the linked one has the note only if the C run-time's own objects do.
   for object; do check "note of $object" "$note" "$(readelf -n "$object" | grep -oF "$note")"; done
   check "functions with branch protection" "$(sed 's/@.*//' "$here/exports.txt")" "$("$objdump" -d --no-show-raw-insn "$library" |
     awk -v landing="$landing" '/^[0-9a-f]+ <(db|clc)_/ { name = $2; getline; if ($0 ~ landing) print name }' |

@@ -21,7 +21,7 @@
 #include <string_view>
 #include <vector>
 
-// Of sanitizers, where there are any.
+// Hooks of the sanitizers, if there are any.
 extern "C" [[gnu::weak]] void __sanitizer_set_death_callback(void (*callback)());  // NOLINT: the name is theirs
 extern "C" void __ubsan_on_report();                                               // NOLINT
 
@@ -35,12 +35,12 @@ char recorded[4096];
 std::atomic<std::size_t> recordedSize = 0;
 std::atomic<std::size_t> lastArraySize = 0;
 
-// Every address that is allocated, and in its lowest bit whether it is an array. A hash table of fixed size, since
-// nothing can be allocated here; an address that is given back is in it, so gaps in front of it do not matter.
+// Every allocated address, its lowest bit set if it is an array. A hash table of fixed size, since nothing can be
+// allocated here. An address being freed is in it, so gaps before it do not matter.
 constexpr std::size_t kSlots = 1 << 20;
 std::atomic<std::uintptr_t> slots[kSlots];
 
-// Replaces `from` by `to` in the first slot that holds it, at or after the place of the address.
+// Replaces `from` with `to` in the first slot that holds it, beginning with the address's own slot.
 bool replace(std::uintptr_t address, std::uintptr_t from, std::uintptr_t to) {
   for (std::size_t i = 0; i < kSlots; ++i) {
     auto& slot = slots[(address / 16 * 0x9E3779B1 + i) % kSlots];
@@ -126,7 +126,7 @@ void tell() {
   if (atWork != nullptr) atWork->tell();
 }
 
-// From here the signal does what it would have done: at the instruction that caused it, or where abort() sees to that.
+// Restores the previous action, which then takes effect: at the instruction that caused the signal, or by abort().
 struct sigaction previous[NSIG];
 void onSignal(int signal) {
   tell();
@@ -143,7 +143,7 @@ bool watchForCrashes() {
 
 }  // namespace
 
-// UndefinedBehaviorSanitizer calls it, and then ends the program without the callback where there is another sanitizer.
+// UndefinedBehaviorSanitizer calls this, and then ends the program without the callback if there is another sanitizer.
 void __ubsan_on_report() { tell(); }  // NOLINT
 
 AtWork::AtWork(const std::string& name, std::string_view seed, const std::string& file)

@@ -1,4 +1,5 @@
-// What tests and fuzz targets share: inputs in memory of exactly their size, and what the code under test allocates.
+// Shared by tests and fuzz targets: inputs in memory of exactly their size, and a record of what the code under test
+// allocates.
 #pragma once
 
 #include <cstddef>
@@ -12,25 +13,25 @@
 #include <string_view>
 #include <vector>
 
-// Allocations that were made and not given back, in the whole program. Giving back an object as an array, an array as
-// an object, or what was not allocated, ends the program. New memory is not zero where the C library can see to that.
+// The allocations of the whole program that have not been freed. Freeing an object as an array, an array as an object,
+// or anything that was not allocated ends the program. New memory is not zeroed if the C library allows that.
 long liveAllocations();
 
 // Called at each allocation of its thread, unless null. It may throw.
 using AllocationHook = void();
 extern thread_local AllocationHook* onAllocation;
 
-// Records the sizes that operator new is called with in this object's lifetime, "80 4[] 0[]" for one object and two
+// Records the sizes that operator new is called with during this object's lifetime: "80 4[] 0[]" for one object and two
 // arrays.
 class AllocationLog {
  public:
   AllocationLog();
   ~AllocationLog();
   std::string text() const;
-  std::size_t lastSize() const;  // of the newest array; 0 where there is none
+  std::size_t lastSize() const;  // of the newest array; 0 if there is none
 };
 
-// The text that `get` returns, by the size of its allocation, so that a NUL inside it hides nothing; "null" for null.
+// The text that `get` returns, at the size of its allocation, so that a NUL inside it hides nothing; "null" for null.
 template <typename Get>
 std::string textOf(Get get, void (*release)(char**)) {
   const AllocationLog allocations;
@@ -45,8 +46,8 @@ std::string textOf(Get get, void (*release)(char**)) {
   return copy;
 }
 
-// A copy of `bytes` in an allocation of exactly their size, so that a sanitizer or valgrind sees any stray access;
-// `shift` bytes further on for an address that is not aligned.
+// A copy of `bytes` in an allocation of exactly their size, so that a sanitizer or valgrind sees any stray access. A
+// `shift` moves it that many bytes further on, to an unaligned address.
 class ExactBytes {
  public:
   explicit ExactBytes(std::string_view bytes, std::size_t shift = 0)
@@ -62,8 +63,8 @@ class ExactBytes {
   std::unique_ptr<char[]> memory_;
 };
 
-// Zeros to write to, right in front of memory that can't be read or right after it, so that a stray access there ends
-// the program. Only pages that are written to take memory, so there may be gibibytes of them.
+// Writable zeros right before or right after memory that can't be read, so that a stray access there ends the program.
+// Only pages that are written to take memory, so there may be gibibytes of them.
 class GuardedBytes {
  public:
   enum class Guard { kBehind, kInFront };
@@ -76,7 +77,7 @@ class GuardedBytes {
   GuardedBytes(const GuardedBytes&) = delete;
   GuardedBytes& operator=(const GuardedBytes&) = delete;
 
-  // Whether there was memory to be had.
+  // Whether there was enough memory.
   explicit operator bool() const { return data_ != nullptr; }
   const char* data() const { return data_; }
   std::size_t size() const { return size_; }
@@ -93,8 +94,8 @@ class GuardedBytes {
   char* data_ = nullptr;
 };
 
-// What is at work while this object lives: named on standard error by tell(), and where a signal or a sanitizer ends
-// the program. Where a seed grew into it, the seed goes into `file`, and what is told says so.
+// Names the work being done while this object lives: on standard error by tell(), and when a signal or a sanitizer ends
+// the program. If it has grown from a seed, the seed is written to `file`, and the message says so.
 class AtWork {
  public:
   explicit AtWork(const std::string& name, std::string_view seed = {}, const std::string& file = "");
@@ -109,7 +110,7 @@ class AtWork {
   std::string file_;
 };
 
-// A decimal number, or a hexadecimal one in C's form. Throws where there is anything else.
+// Parses a decimal number, or a hexadecimal one in C's notation. Throws on anything else.
 std::uint64_t number(const std::string& text);
 
 // A row of a table in tests/cases.
@@ -119,6 +120,6 @@ struct Row {
   const std::string& operator[](std::size_t field) const { return fields.at(field); }
 };
 
-// Checks each row of a file in tests/cases: `columns` fields with tabs between them. Empty lines and those that begin
-// with '#' are none. Throws where a row has more fields or fewer, or check() throws, and names the row.
+// Checks each row of a file in tests/cases: `columns` fields separated by tabs. Empty lines and lines beginning with
+// '#' are skipped. Throws, naming the row, if it has more or fewer fields or check() throws.
 void forEachRow(const std::string& table, std::size_t columns, const std::function<void(const Row&)>& check);
