@@ -1,13 +1,13 @@
-# What the project is built with: only headers, each library's behind a private target zarn_NAME. No package, target or
-# cache entry of the libraries themselves is involved, so a parent project may use any version of them beside this one.
+# The project's dependencies: only headers, each library's behind a private target zarn_NAME. No package, target or
+# cache entry of the libraries themselves is involved, so a parent project may use any version of them next to this one.
 
 # zarn_headers(NAME HEADER FILE VERSION FILE REGEX URL ADDRESS SHA256 HASH)
 #
-# HEADER is looked for in .deps, where script/bootstrap puts {fmt}, and on the system; what is found is taken only if the
-# FILE beside it has a line that matches REGEX. What isn't found is fetched: the archive at ADDRESS, which has to have
-# that SHA256.
+# Looks for HEADER in .deps, where script/bootstrap puts {fmt}, and on the system. It is accepted only if the FILE next
+# to it has a line that matches REGEX. If it isn't found, the archive at ADDRESS is fetched, which must have that
+# SHA256.
 #
-# Where the headers lie, or where else to fetch them from, can be set by ZARN_UTILITY_<NAME>_INCLUDE_DIR, _URL and _SHA256.
+# ZARN_UTILITY_<NAME>_INCLUDE_DIR sets where the headers are; _URL and _SHA256 set where else to fetch them from.
 function(zarn_headers name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "HEADER;URL;SHA256" "VERSION")
   string(TOUPPER ZARN_UTILITY_${name} prefix)
@@ -15,7 +15,7 @@ function(zarn_headers name)
   set(${prefix}_SHA256 ${arg_SHA256} CACHE STRING "Hash of what is fetched")
   mark_as_advanced(${prefix}_INCLUDE_DIR ${prefix}_URL ${prefix}_SHA256)
 
-  # A toolchain file may restrict the search to its own root. Headers fit every processor: this machine's will do as well.
+  # A toolchain file may restrict the search to its own root, but headers fit every processor: this machine's will do.
   find_path(${prefix}_INCLUDE_DIR ${arg_HEADER} DOC "Where ${arg_HEADER} lies"
     HINTS ${PROJECT_SOURCE_DIR}/.deps/${name}/usr/include PATHS /usr/local/include /usr/include
     CMAKE_FIND_ROOT_PATH_BOTH VALIDATOR zarn_has_version)
@@ -32,7 +32,7 @@ function(zarn_headers name)
   target_include_directories(zarn_${name} SYSTEM INTERFACE ${PROJECT_BINARY_DIR}/headers/${name})
 endfunction()
 
-# The two parts of zarn_headers() below see its variables.
+# The two functions below are parts of zarn_headers() and use its variables.
 
 function(zarn_has_version result directory)
   list(POP_FRONT arg_VERSION file regex)
@@ -42,7 +42,7 @@ function(zarn_has_version result directory)
   endif()
 endfunction()
 
-# In one attempt: FetchContent takes a minute and a half to find out that there is no network.
+# Makes only one attempt: FetchContent takes a minute and a half to find out that there is no network.
 function(zarn_fetch_headers result)
   set(url ${${prefix}_URL})
   set(folder ${PROJECT_BINARY_DIR}/_deps/${name}-${${prefix}_SHA256})

@@ -1,4 +1,4 @@
-# What an installation holds. Nothing in it knows where it lies: the prefix can be moved as a whole.
+# What is installed. Nothing in it depends on where it is: the prefix can be moved as a whole.
 
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)

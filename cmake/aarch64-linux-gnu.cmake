@@ -1,5 +1,5 @@
-# Cross build for aarch64 Linux with Debian's cross compiler, or with clang where -DCMAKE_C_COMPILER and
-# -DCMAKE_CXX_COMPILER say so; tests run under qemu-user.
+# Cross build for aarch64 Linux with Debian's cross compiler, or with clang if -DCMAKE_C_COMPILER and
+# -DCMAKE_CXX_COMPILER name it; tests run under qemu-user.
 
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
