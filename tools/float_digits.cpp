@@ -25,7 +25,7 @@ Scientific shortestByTrial(float value) {
   char text[32];
   for (int digits = 1; digits <= std::numeric_limits<float>::max_digits10; ++digits) {
     std::snprintf(text, sizeof text, "%.*e", digits - 1, static_cast<double>(value));
-    if (static_cast<float>(std::strtod(text, nullptr)) == value) break;
+    if (std::strtof(text, nullptr) == value && static_cast<float>(std::strtod(text, nullptr)) == value) break;
   }
   return text;
 }
@@ -38,7 +38,7 @@ Scientific shortestByTrial(float value) {
 Scientific shortest(float value) {
   const auto bits = std::bit_cast<std::uint32_t>(value);
   const bool isPowerOfTwo = (bits & 0x7FFFFF) == 0;
-  const bool isReadAsNeighbour = bits == 0x15AE43FD || bits == 0x15AE43FE;
+  const bool isReadAsNeighbour = bits == 0x15AE43FD;
   if (isPowerOfTwo || isReadAsNeighbour) return shortestByTrial(value);
   char text[32];
   const auto [end, error] = std::to_chars(text, text + sizeof text, value, std::chars_format::scientific);
