@@ -178,6 +178,7 @@ int run(const Command& command, int argc, char** argv) {
         return show(command.help);
       case kQuiet:
         arguments.isQuiet = true;
+        tool::prepareForLackOfMemory(tool::kTrouble);
         break;
       case kVerbose:
         arguments.isVerbose = true;
@@ -213,7 +214,7 @@ int run(const Command& command, int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  tool::prepareForLackOfMemory();
+  tool::prepareForLackOfMemory(tool::kFailed);
   const std::string_view first = argc < 2 ? "" : argv[1];
   if (first == "-h" || first == "--help") return show(kHelpText);
   if (first == "--version") return show("zarn-utility " ZARN_UTILITY_VERSION "\n");

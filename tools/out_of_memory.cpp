@@ -57,7 +57,10 @@ void* kept = nullptr;
 
 }  // namespace
 
-void prepareForLackOfMemory() { std::set_new_handler(endWithFewWords); }
+void prepareForLackOfMemory(int status) {
+  atHand.status = status;
+  std::set_new_handler(endWithFewWords);
+}
 
 void keepMemoryFor(const Arguments& arguments) {
   std::size_t longest = arguments.stringTable.value_or("").size();

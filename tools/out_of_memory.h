@@ -9,8 +9,8 @@
 
 namespace tool {
 
-// Arranges for such an exit, at first with a minimal message.
-void prepareForLackOfMemory();
+// Arranges for such an exit, at first with a minimal message and this exit status.
+void prepareForLackOfMemory(int status);
 
 // Reserves enough memory for the whole message about any of the inputs.
 void keepMemoryFor(const Arguments& arguments);

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <climits>  // IWYU pragma: keep, for IOV_MAX
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -31,7 +30,7 @@ int writeTo(int file, std::span<const std::string_view> parts) {
   for (auto left = std::span(pieces);;) {
     while (!left.empty() && left.front().iov_len == 0) left = left.subspan(1);
     if (left.empty()) return 0;
-    const auto result = writev(file, left.data(), static_cast<int>(std::min<std::size_t>(left.size(), IOV_MAX)));
+    const auto result = writev(file, left.data(), static_cast<int>(left.size()));
     if (result < 0 && errno != EINTR) return errno;
     for (auto written = static_cast<std::size_t>(std::max<ssize_t>(result, 0)); written > 0;) {
       const auto count = std::min(written, left.front().iov_len);
