@@ -1,6 +1,7 @@
 #include "inputs.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -52,8 +53,12 @@ void writeObject(JsonWriter& json) {
   setObjectWritten();
 }
 
+std::string counted(std::uint64_t number, const char* one, const char* several) {
+  return std::to_string(number) + " " + (number == 1 ? one : several);
+}
+
 std::string tooShort(const Bytes& bytes, const std::string& what, std::size_t needed) {
-  return "too short for " + what + ": " + std::to_string(bytes.size()) + " bytes, " +
+  return "too short for " + what + ": " + counted(bytes.size(), "byte", "bytes") + ", " +
          std::to_string(needed - bytes.size()) + " missing";
 }
 

@@ -36,8 +36,8 @@ std::string problemOf(const Header& header, const Bytes& buffer, const Bytes& st
     case HeaderFault::kTooShort:
       return tooShort(buffer, "a print buffer", ZARN_PRINT_BUFFER_MIN_SIZE);
     case HeaderFault::kFormatOffset:
-      return "format offset " + number + " is outside the string table of " + std::to_string(stringTable.size()) +
-             " bytes";
+      return "format offset " + number + " is outside the string table of " +
+             counted(stringTable.size(), "byte", "bytes");
     case HeaderFault::kHeaderWord:
       return "header word is zero";
     case HeaderFault::kPrintKind:

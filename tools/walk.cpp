@@ -7,6 +7,7 @@
 
 #include "desc/entry.h"
 #include "desc/log.h"
+#include "inputs.h"
 
 namespace tool {
 namespace {
@@ -34,15 +35,11 @@ std::string causeOf(const Log& log, Stop stop, std::uint16_t writeOffset) {
     case Stop::kTooSmallToCut:
       return "too small to cut the descriptor";
     case Stop::kEntryLimit:
-      return "the limit of " + std::to_string(EntryWalk(log).limit()) + " entries";
+      return "the limit of " + counted(EntryWalk(log).limit(), "entry", "entries");
     case Stop::kByteLimit:
       return "the limit of " + std::to_string(EntryWalk(log).byteLimit()) + " bytes";
   }
   return {};
-}
-
-std::string counted(std::uint64_t number, const char* one, const char* several) {
-  return std::to_string(number) + " " + (number == 1 ? one : several);
 }
 
 // Whether the fields that decided this outcome were read elsewhere than the device wrote them.
@@ -51,8 +48,8 @@ bool isMisplaced(const Log& log, Stop stop, std::uint16_t writeOffset) {
 }
 
 std::string misplacedRemark(const Log& log) {
-  return " read at a position below zero, which is not at the end of a ring of " +
-         counted(log.ringSize(), "byte", "bytes");
+  return " read at a position below zero, which is not at the end of a ring of " + std::to_string(log.ringSize()) +
+         " bytes";
 }
 
 }  // namespace
