@@ -75,7 +75,7 @@ class Sweep {
   void compareChunks() {
     constexpr std::uint64_t kChunk = 1 << 16;
     const zarn::print::ValueWriter library(format_, isFloat_);
-    std::vector<char> found(library.mostCharacters());
+    std::vector<char> found(library.maxCharacters());
     fmt::memory_buffer expected;
     for (std::uint64_t first; (first = next_.fetch_add(kChunk)) < words_;) {
       const std::uint64_t count = std::min(kChunk, words_ - first);
@@ -134,7 +134,7 @@ int main(int argc, char** argv) {
   std::uint64_t words = 0;
   std::uint64_t differences = 0;
   for (const char* format : formats) {
-    if (zarn::print::ValueWriter(format, false).mostCharacters() > 5000) {
+    if (zarn::print::ValueWriter(format, false).maxCharacters() > 5000) {
       std::fprintf(stderr, "%s: texts are too long\n", format);
       return 2;
     }

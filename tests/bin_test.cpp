@@ -54,7 +54,7 @@ std::string hex(const std::string& digits) {
 }
 
 // Scans each stream alone, and after runs of each instruction that is not a bundle: long runs have a loop of their own.
-TEST(EdmaScan, KnownStreams) {
+TEST(EdmaScan, MatchesTheTable) {
   forEachRow("streams.txt", 3, [](const Row& row) {
     SCOPED_TRACE(row.place);
     const auto stream = hex(row[0]);
@@ -102,7 +102,7 @@ TEST(EdmaScan, EveryHead) {
   }
 }
 
-TEST(EdmaScan, EveryBitOfThePatternCountsAndNoOther) {
+TEST(EdmaScan, EveryPatternBitCountsAndNoOther) {
   for (unsigned bit = 0; bit < 32; ++bit) {
     auto bundle = kernel({0x1F, 0, 0});
     put(bundle, 2, 0xF9000040 ^ 1U << bit, 4);
@@ -110,7 +110,7 @@ TEST(EdmaScan, EveryBitOfThePatternCountsAndNoOther) {
   }
 }
 
-TEST(EdmaScan, StopsAtTheEndWhereverItFalls) {
+TEST(EdmaScan, StopsAtAnyEnd) {
   const auto longest = kernel({0xFFFF, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x40, 0xF900});
   for (const auto& bundle : {longest, hex("FF 02 00 00 00 00 40 00 00 F9")}) {
     for (std::size_t shorts = 0; shorts < 30; ++shorts) {

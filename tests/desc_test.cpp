@@ -85,7 +85,7 @@ std::string report(const std::vector<const DescBufInfo*>& array) {
   });
 }
 
-TEST(DescLog, DecodesAsTheCasesSay) {
+TEST(DescLog, MatchesTheTable) {
   forEachRow("logs.txt", 6, [](const Row& row) {
     SCOPED_TRACE(row.place);
     for (const auto guard : {GuardedBytes::Guard::kBehind, GuardedBytes::Guard::kInFront}) {
@@ -120,7 +120,7 @@ TEST(DescLog, KnowsSixTags) {
   EXPECT_EQ(known, 6);
 }
 
-TEST(DescLog, AllocatesExactlyWhatIsStated) {
+TEST(DescLog, AllocatesExactlyWhatIsDocumented) {
   GuardedBytes log(1088);
   fill(log, 236, "ST@0:1 ED@76:1,0 ST@76:1 NP@212:2,76 RL@220:2,76 RL@228:3,76 RL@236:3,76");
   std::uint32_t count = 0;
@@ -131,7 +131,7 @@ TEST(DescLog, AllocatesExactlyWhatIsStated) {
 }
 
 // Records that no log gives: valid, overSized, three types, three has-flags, total, PC, and the four arrays.
-TEST(DescReport, SaysExactlyWhatTheRecordHolds) {
+TEST(DescReport, MatchesTheTable) {
   std::uint8_t counting[36];
   std::iota(std::begin(counting), std::end(counting), std::uint8_t{0x10});
   std::uint8_t four[] = {0x0A, 0xFF, 0x00, 0x7C}, three[] = {0x01, 0x02, 0xAB};

@@ -166,7 +166,7 @@ int endOfChild(std::string (*run)(), int nth) {
   return status;
 }
 
-TEST(Host, AnExceptionOfOperatorNewEndsTheProcess) {
+TEST(Host, ThrowingOperatorNewEndsTheProcess) {
   for (const auto& function : kFunctions) {
     int nth = 1;
     int status = endOfChild(function.run, nth);
@@ -183,7 +183,7 @@ TEST(Host, ObjectsAndArraysComeFromTheirOwnOperatorNew) {
   db_free_desc_buffer_info(&info);
 }
 
-TEST(Host, ABacktraceFromInsideTheLibraryShowsTheCaller) {
+TEST(Host, BacktracesShowTheCaller) {
   duringAllocation = trace;
   for (const auto& function : kFunctions) {
     if (&function == kFunctions) continue;

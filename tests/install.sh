@@ -94,7 +94,7 @@ subproject=(-DZARN_UTILITY_SOURCE="$source" -DOTHER="$other" -DCMAKE_PREFIX_PATH
 consumer subproject "${subproject[@]}" -DFMT_USE=before -DCMAKE_CXX_FLAGS="${CXXFLAGS:-} -fno-exceptions"
 # The loader uses the preloaded library. LD_PRELOAD can't take a path with blanks.
 (cd "$work/subproject/zarn_utility" && LD_PRELOAD=./${library##*/} \
-  logged "$work/exceptions.log" "$build/tests/host_tests" --gtest_filter=Host.AnExceptionOfOperatorNewEndsTheProcess)
+  logged "$work/exceptions.log" "$build/tests/host_tests" --gtest_filter=Host.ThrowingOperatorNewEndsTheProcess)
 check "exceptions, with a parent that has none" 1 "$(grep -c '^\[  PASSED  \] 1 test\.$' "$work/exceptions.log")"
 check "tests of a subproject" "Total Tests: 0" "$(ctest --test-dir "$work/subproject" -N | grep Total)"
 cmake --install "$work/subproject" >/dev/null

@@ -75,7 +75,7 @@ std::string difference(const std::string& buffer, const std::string& format) {
   return comparePrint(bytes.data(), bytes.size(), table.data(), table.size());
 }
 
-TEST(PrintHeader, AcceptsExactlyWhatItShould) {
+TEST(PrintHeader, MatchesTheTable) {
   forEachRow("headers.txt", 7, [](const Row& row) {
     SCOPED_TRACE(row.place);
     const auto word = [&row](std::size_t field) { return static_cast<std::uint32_t>(number(row[field])); };
@@ -112,7 +112,7 @@ TEST(PrintHeader, EveryKindAndDataType) {
   }
 }
 
-TEST(PrintText, TakesMemoryForTheRecordTheTextAndWhatIsBeyond500Characters) {
+TEST(PrintText, AllocatesNothingElseUpTo500Characters) {
   const auto words = printBuffer(kSingleWord).bytes();
   const auto floats = printBuffer(kSingleFloat).bytes();
   const auto allocations = [&](const std::string& buffer, const std::string& format) {
@@ -250,7 +250,7 @@ TEST(PrintText, FormatsMayBeVeryLong) {
   EXPECT_EQ(difference(print.bytes(), format.substr(0, 13000)), "");
 }
 
-TEST(PrintText, MalformedConversionsGiveWhatTheyShould) {
+TEST(PrintText, MatchesTheTable) {
   forEachRow("formats.txt", 4, [](const Row& row) {
     SCOPED_TRACE(row.place);
     const auto word = static_cast<std::uint32_t>(number(row[1]));
@@ -275,7 +275,7 @@ struct Grouping : std::numpunct<char> {
   char do_decimal_point() const override { return '!'; }
 };
 
-TEST(PrintText, DoesNotShowTheHostsLocale) {
+TEST(PrintText, IgnoresTheHostLocale) {
   const auto previous = std::locale::global(std::locale(std::locale::classic(), new Grouping));
 #ifdef LOCALES
   setenv("LOCPATH", LOCALES, 1);

@@ -8,7 +8,7 @@
 
 namespace tool {
 
-enum ExitStatus { kDone = 0, kFailed = 1, kWrongUsage = 2 };
+enum ExitStatus { kDone = 0, kFailed = 1, kUsageError = 2 };
 enum QuietStatus { kFound = 0, kNotFound = 1, kTrouble = 2 };
 
 enum class Format { kText, kJson };

@@ -26,8 +26,8 @@ std::string Bytes::readFrom(int file) {
   const std::size_t size = isRegular ? static_cast<std::size_t>(status.st_size) : 0;
   // For a file of known size, one spare byte shows its end without growing. Files that the kernel generates, where
   // dumps come from, report a size of 0, and some drivers mishandle reads of a few bytes.
-  const std::size_t leastRoom = size > 0 ? 1 : 65536;
-  std::size_t capacity = size + leastRoom + 1;  // plus one for the NUL
+  const std::size_t minRoom = size > 0 ? 1 : 65536;
+  std::size_t capacity = size + minRoom + 1;  // plus one for the NUL
   while (true) {
     if (!reserve(capacity)) return "does not fit into memory";
     const auto count = ::read(file, data_.get() + size_, capacity_ - size_ - 1);
@@ -35,7 +35,7 @@ std::string Bytes::readFrom(int file) {
     if (count < 0) return std::string("cannot be read: ") + std::strerror(errno);
     if (count == 0) break;
     size_ += static_cast<std::size_t>(count);
-    if (capacity_ - size_ - 1 < leastRoom) capacity = capacity_ * 2;
+    if (capacity_ - size_ - 1 < minRoom) capacity = capacity_ * 2;
   }
   data_.get()[size_] = '\0';
   return {};

@@ -18,7 +18,7 @@ int decodeAll(const Arguments& arguments, const Decode& decode, int failure) {
   int status = kDone;
   for (std::size_t i = 0; i < names.size() && !hasWriteFailed(); ++i) {
     const auto& name = names[i];
-    setInputAtHand(name, names.size() - i - 1, arguments.format, failure);
+    setCurrentInput(name, names.size() - i - 1, arguments.format, failure);
     Bytes bytes;
     auto problem = bytes.read(name);
     if (problem.empty()) problem = decode(name, bytes);
@@ -31,7 +31,7 @@ int decodeAll(const Arguments& arguments, const Decode& decode, int failure) {
 
 void reportProblem(const std::string& name, const std::string& problem, Format format) {
   if (format == Format::kJson) writeProblem(name, problem);
-  complain(name, problem);
+  printError(name, problem);
 }
 
 void writeProblem(std::string_view name, std::string_view problem) {
@@ -45,7 +45,7 @@ void writeProblem(std::string_view name, std::string_view problem) {
 
 void showText(const Arguments& arguments, const std::string& name, std::string_view text) {
   const bool hasHeading = arguments.isVerbose || arguments.names.size() > 1;
-  show(hasHeading ? "==> " + shownName(name) + " <==\n" : "", text);
+  show(hasHeading ? "==> " + escapedName(name) + " <==\n" : "", text);
 }
 
 void writeObject(JsonWriter& json) {

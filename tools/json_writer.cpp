@@ -102,8 +102,8 @@ void JsonWriter::append(std::string_view plain) {
   // A text of hundreds of megabytes is mostly one run of blanks or zeros. 500 of them make at most 1001 parts; one
   // system call takes 1024 (IOV_MAX on Linux).
   constexpr std::size_t kLong = 65536;
-  constexpr std::size_t kMostLongTexts = 500;
-  if (plain.size() >= kLong && longTexts_.size() < kMostLongTexts) {
+  constexpr std::size_t kMaxLongTexts = 500;
+  if (plain.size() >= kLong && longTexts_.size() < kMaxLongTexts) {
     longTexts_.push_back({bytes_.size(), plain});
   } else {
     bytes_ += plain;

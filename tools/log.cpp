@@ -162,7 +162,7 @@ std::string showLog(const Arguments& arguments, const std::string& name, const B
     for (Entry entry; hasAll && walk.next(entry);) {
     }
   }
-  if (hasAll && !walk.isComplete()) complain(name, walk.problem());
+  if (hasAll && !walk.isComplete()) printError(name, walk.problem());
   return {};
 }
 

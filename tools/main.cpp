@@ -63,11 +63,11 @@ const Command kCommands[] = {
 Show print buffers as text.
 
   BUFFER...          files to decode; - is standard input
-  --strings TABLE    string table that the buffers' formats lie in; - is standard input
-  --json             write one JSON object a line for each buffer
+  --strings TABLE    string table with the buffers' formats; - is standard input
+  --json             write one JSON object per line for each buffer
   -v, --verbose      write the name of a buffer above its text even if there is only one
   -h, --help         show this
-  --                 everything after it is a name
+  --                 treat all further arguments as names
 
 Exit status: 0 when every buffer was decoded, 1 when one could not be read or decoded, 2 for wrong usage.
 
@@ -91,13 +91,13 @@ Report on descriptor logs.
   LOG...           files to decode; - is standard input
   --all            every entry from the newest backwards, not only the newest
   --table          a table of every entry, one line each
-  --json           write one JSON object a line for each log
+  --json           write one JSON object per line for each log
   --at OFFSET      read a log as if OFFSET (0 to 65535, decimal or 0x...) were its write offset
   -v, --verbose    write the name of a log above its report even if there is only one
   -h, --help       show this
-  --               everything after it is a name
+  --               treat all further arguments as names
 
-Where --all and --table end before the log does, a line on standard error says where and why.
+If --all or --table stops before the end of the log, a line on standard error says where and why.
 
 Exit status: 0 when every log was decoded, 1 when one could not be read or decoded, 2 for wrong usage.
 
@@ -116,10 +116,10 @@ Example: zarn-utility log --table device-0.log
 Checksum kernel binaries and look for eDMA instructions.
 
   BINARY...      files to read; - is standard input
-  -q, --quiet    write nothing; the exit status tells whether there is an eDMA instruction
-  --json         write one JSON object a line for each binary
+  -q, --quiet    write nothing; the exit status says whether there is an eDMA instruction
+  --json         write one JSON object per line for each binary
   -h, --help     show this
-  --             everything after it is a name
+  --             treat all further arguments as names
 
 Exit status: 0 when every binary was read, 1 when one could not be, 2 for wrong usage.
 With --quiet: 0 when a binary has an eDMA instruction, 1 when none has, 2 when one could not be read or for wrong usage.
@@ -128,10 +128,10 @@ Example: zarn-utility kernel --quiet kernel.bin && echo uses eDMA
 )"}};
 
 // `command` is the subcommand whose --help says more.
-int wrongUsage(const std::string& problem, const std::string& command = "") {
+int usageError(const std::string& problem, const std::string& command = "") {
   std::fprintf(stderr, "zarn-utility: %s (see zarn-utility %s--help)\n", problem.c_str(),
                command.empty() ? "" : (command + " ").c_str());
-  return tool::kWrongUsage;
+  return tool::kUsageError;
 }
 
 int show(const std::string& text) {
@@ -146,7 +146,7 @@ std::string optionProblem(const Command& command, char** argv) {
     return "--" + std::string(known.name) + (known.has_arg == no_argument ? " takes no value" : " needs a value");
   }
   const auto unknown = optopt == 0 ? std::string(argv[optind - 1]) : "-" + std::string(1, static_cast<char>(optopt));
-  return tool::shownName(unknown) + ": unknown option";
+  return tool::escapedName(unknown) + ": unknown option";
 }
 
 // Parses a decimal number, or a hexadecimal one after 0x. Returns nothing if it is neither or doesn't fit.
@@ -178,7 +178,7 @@ int run(const Command& command, int argc, char** argv) {
         return show(command.help);
       case kQuiet:
         arguments.isQuiet = true;
-        tool::prepareForLackOfMemory(tool::kTrouble);
+        tool::installOutOfMemoryHandler(tool::kTrouble);
         break;
       case kVerbose:
         arguments.isVerbose = true;
@@ -191,7 +191,7 @@ int run(const Command& command, int argc, char** argv) {
         break;
       case kAt:
         arguments.writeOffset = parseOffset(optarg);
-        if (!arguments.writeOffset) return wrongUsage("--at needs an offset from 0 to 65535", command.name);
+        if (!arguments.writeOffset) return usageError("--at needs an offset from 0 to 65535", command.name);
         break;
       case kJson:
         arguments.format = tool::Format::kJson;
@@ -200,28 +200,28 @@ int run(const Command& command, int argc, char** argv) {
         arguments.stringTable = optarg;
         break;
       default:
-        return wrongUsage(optionProblem(command, argv), command.name);
+        return usageError(optionProblem(command, argv), command.name);
     }
   }
   arguments.names.assign(argv + optind, argv + argc);
   const auto problem = problemOf(command, arguments);
-  if (!problem.empty()) return wrongUsage(problem, command.name);
+  if (!problem.empty()) return usageError(problem, command.name);
   if (arguments.isQuiet) arguments.format = tool::Format::kText;
-  tool::keepMemoryFor(arguments);
+  tool::reserveMemoryFor(arguments);
   return command.run(arguments);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  tool::prepareForLackOfMemory(tool::kFailed);
+  tool::installOutOfMemoryHandler(tool::kFailed);
   const std::string_view first = argc < 2 ? "" : argv[1];
   if (first == "-h" || first == "--help") return show(kHelpText);
   if (first == "--version") return show("zarn-utility " ZARN_UTILITY_VERSION "\n");
-  if (argc < 2 || first == "--") return wrongUsage("a subcommand is required");
+  if (argc < 2 || first == "--") return usageError("a subcommand is required");
   for (const auto& command : kCommands) {
     if (first == command.name) return run(command, argc - 1, argv + 1);
   }
   const bool isOption = first.size() > 1 && first.front() == '-';
-  return wrongUsage(tool::shownName(first) + (isOption ? ": unknown option" : ": unknown subcommand"));
+  return usageError(tool::escapedName(first) + (isOption ? ": unknown option" : ": unknown subcommand"));
 }

@@ -16,9 +16,9 @@
 namespace tool {
 namespace {
 
-struct InputAtHand {
+struct CurrentInput {
   const std::string* name = nullptr;
-  std::size_t inputsAfter = 0;
+  std::size_t remainingInputs = 0;
   Format format = Format::kText;
   int status = kFailed;
   bool isWritten = false;
@@ -26,61 +26,61 @@ struct InputAtHand {
   std::size_t finishedSize = 0;
 };
 
-InputAtHand atHand;
-void* kept = nullptr;
+CurrentInput current;
+void* reserve = nullptr;
 
 // Both end the process: the library is built without exceptions, so operator new must not throw.
 
-[[noreturn]] void endWithFewWords() {
-  constexpr std::string_view kWords = "zarn-utility: not enough memory\n";
-  const auto written = ::write(STDERR_FILENO, kWords.data(), kWords.size());
+[[noreturn]] void exitWithShortMessage() {
+  constexpr std::string_view kMessage = "zarn-utility: not enough memory\n";
+  const auto written = ::write(STDERR_FILENO, kMessage.data(), kMessage.size());
   (void)written;
-  _exit(atHand.status);
+  _exit(current.status);
 }
 
-[[noreturn]] void end() {
-  std::set_new_handler(endWithFewWords);
-  std::free(kept);
+[[noreturn]] void exitOutOfMemory() {
+  std::set_new_handler(exitWithShortMessage);
+  std::free(reserve);
   constexpr const char* kProblem = "not enough memory to decode it";
-  if (atHand.format == Format::kJson && !atHand.isWritten) {
-    if (atHand.unfinished != nullptr) {
-      const auto finished = std::string_view(*atHand.unfinished).substr(0, atHand.finishedSize);
+  if (current.format == Format::kJson && !current.isWritten) {
+    if (current.unfinished != nullptr) {
+      const auto finished = std::string_view(*current.unfinished).substr(0, current.finishedSize);
       write({finished, R"(],"error":")", kProblem, "\"}\n"});
     } else {
-      writeProblem(*atHand.name, kProblem);
+      writeProblem(*current.name, kProblem);
     }
   }
-  complain(*atHand.name,
-           std::string(kProblem) + "; inputs after it that were not decoded: " + std::to_string(atHand.inputsAfter));
-  _exit(atHand.status);
+  printError(*current.name, std::string(kProblem) +
+                                "; inputs after it that were not decoded: " + std::to_string(current.remainingInputs));
+  _exit(current.status);
 }
 
 }  // namespace
 
-void prepareForLackOfMemory(int status) {
-  atHand.status = status;
-  std::set_new_handler(endWithFewWords);
+void installOutOfMemoryHandler(int status) {
+  current.status = status;
+  std::set_new_handler(exitWithShortMessage);
 }
 
-void keepMemoryFor(const Arguments& arguments) {
+void reserveMemoryFor(const Arguments& arguments) {
   std::size_t longest = arguments.stringTable.value_or("").size();
   for (const auto& name : arguments.names) longest = std::max(longest, name.size());
-  kept = std::malloc(16384 + 20 * longest);  // for names escaped in a growing string
-  std::set_new_handler(end);
+  reserve = std::malloc(16384 + 20 * longest);  // for names escaped in a growing string
+  std::set_new_handler(exitOutOfMemory);
 }
 
-void setInputAtHand(const std::string& name, std::size_t inputsAfter, Format format, int status) {
-  atHand = {.name = &name, .inputsAfter = inputsAfter, .format = format, .status = status};
+void setCurrentInput(const std::string& name, std::size_t remainingInputs, Format format, int status) {
+  current = {.name = &name, .remainingInputs = remainingInputs, .format = format, .status = status};
 }
 
 void setUnfinishedObject(const std::string& bytes, std::size_t size) {
-  atHand.unfinished = &bytes;
-  atHand.finishedSize = size;
+  current.unfinished = &bytes;
+  current.finishedSize = size;
 }
 
 void setObjectWritten() {
-  atHand.unfinished = nullptr;
-  atHand.isWritten = true;
+  current.unfinished = nullptr;
+  current.isWritten = true;
 }
 
 }  // namespace tool

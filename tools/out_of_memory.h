@@ -10,14 +10,14 @@
 namespace tool {
 
 // Arranges for such an exit, at first with a minimal message and this exit status.
-void prepareForLackOfMemory(int status);
+void installOutOfMemoryHandler(int status);
 
 // Reserves enough memory for the whole message about any of the inputs.
-void keepMemoryFor(const Arguments& arguments);
+void reserveMemoryFor(const Arguments& arguments);
 
 // Sets the input that the message is about, and the exit status. Nothing is copied, so that no memory is needed to get
 // from one input to the next.
-void setInputAtHand(const std::string& name, std::size_t inputsAfter, Format format, int status);
+void setCurrentInput(const std::string& name, std::size_t remainingInputs, Format format, int status);
 
 // The current input's JSON object has not been written yet. Its first `size` bytes can be followed by "]" and further
 // fields.

@@ -119,17 +119,17 @@ void show(std::string_view heading, std::string_view text) {
   showOnTerminal(text);
 }
 
-std::string shownName(std::string_view name) { return name.empty() ? "''" : escaped(name, "", "\\"); }
+std::string escapedName(std::string_view name) { return name.empty() ? "''" : escaped(name, "", "\\"); }
 
-void complain(std::string_view name, const std::string& problem) {
-  const auto shown = shownName(name);
+void printError(std::string_view name, const std::string& problem) {
+  const auto shown = escapedName(name);
   const std::string_view parts[] = {"zarn-utility: ", shown, ": ", problem, "\n"};
   writeTo(STDERR_FILENO, parts);
 }
 
 int finish(int status) {
   if (!hasWriteFailed()) return status;
-  if (writeError != EPIPE) complain("standard output", std::strerror(writeError));  // a closed pipe needs no message
+  if (writeError != EPIPE) printError("standard output", std::strerror(writeError));  // a closed pipe needs no message
   return kFailed;
 }
 

@@ -20,10 +20,10 @@ bool hasWriteFailed();
 void show(std::string_view heading, std::string_view text);
 
 // A name as shown in headings and messages: on one line, with control characters and backslashes escaped.
-std::string shownName(std::string_view name);
+std::string escapedName(std::string_view name);
 
 // Writes one line to standard error.
-void complain(std::string_view name, const std::string& problem);
+void printError(std::string_view name, const std::string& problem);
 
 // Returns `status`, or 1 if standard output could not be written completely, which it reports.
 int finish(int status);

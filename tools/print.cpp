@@ -105,7 +105,7 @@ void writeAsJson(const std::string& name, const PrintBufInfo& info) {
 
 int printBuffers(const Arguments& arguments) {
   const auto& tableName = *arguments.stringTable;
-  setInputAtHand(tableName, arguments.names.size(), arguments.format, kFailed);
+  setCurrentInput(tableName, arguments.names.size(), arguments.format, kFailed);
   Bytes table;
   if (const auto problem = table.read(tableName); !problem.empty()) {
     reportProblem(tableName, problem, arguments.format);

@@ -47,7 +47,7 @@ bool isMisplaced(const Log& log, Stop stop, std::uint16_t writeOffset) {
   return isBelowZero(stop, writeOffset) && !log.wrapsToEnd();
 }
 
-std::string misplacedRemark(const Log& log) {
+std::string misplacedNote(const Log& log) {
   return " read at a position below zero, which is not at the end of a ring of " + std::to_string(log.ringSize()) +
          " bytes";
 }
@@ -56,7 +56,7 @@ std::string misplacedRemark(const Log& log) {
 
 std::string reasonOf(const Log& log, Stop stop, std::uint16_t writeOffset) {
   auto reason = causeOf(log, stop, writeOffset);
-  if (isMisplaced(log, stop, writeOffset)) reason.append(",").append(misplacedRemark(log));
+  if (isMisplaced(log, stop, writeOffset)) reason.append(",").append(misplacedNote(log));
   return reason;
 }
 
@@ -76,10 +76,11 @@ void Walk::account(std::uint16_t end, const Entry& entry) {
   const std::uint32_t held =
       zarn::desc::kHeaderSize + entry.descSize + zarn::desc::kRecordSize * std::max(entry.rbTotal(), 1U);
   const bool hasHeader = log_.descriptorUnits(entry.start).has_value();
-  if (!again_ && (stepped_ >= log_.ringSize() || (hasHeader && stepped_ + step > log_.ringSize()))) again_ = count_;
+  const bool isRepeated = bytesStepped_ >= log_.ringSize() || (hasHeader && bytesStepped_ + step > log_.ringSize());
+  if (isRepeated && !firstRepeated_) firstRepeated_ = count_;
   const std::uint32_t size = std::min(step, held);
-  stepped_ += step;
-  if (!again_) shown_ += size;
+  bytesStepped_ += step;
+  if (!firstRepeated_) bytesShown_ += size;
   if (!misplaced_ && isMisplaced(log_, Stop::kNone, end)) misplaced_ = count_;
   longest_ = std::max(longest_, size);
   ++count_;
@@ -94,21 +95,23 @@ std::uint32_t Walk::distance(std::uint32_t from, std::uint32_t to) const {
 
 bool Walk::isComplete() const {
   const auto left = bytesNotShown();
-  return !again_ && (left == 0 || (isOverSized() && left < longest_));
+  return !firstRepeated_ && (left == 0 || (isOverSized() && left < longest_));
 }
 
 std::string Walk::reason() const {
   auto reason = reasonOf(log_, walk_.stop(), walk_.writeOffset());
-  if (misplaced_) reason += "; entry " + std::to_string(*misplaced_) + " was" + misplacedRemark(log_);
-  if (again_) reason += "; from entry " + std::to_string(*again_) + " on the walk comes over the same bytes again";
+  if (misplaced_) reason += "; entry " + std::to_string(*misplaced_) + " was" + misplacedNote(log_);
+  if (firstRepeated_) {
+    reason += "; from entry " + std::to_string(*firstRepeated_) + " on the walk comes over the same bytes again";
+  }
   return reason;
 }
 
 std::uint32_t Walk::bytesNotShown() const {
   const std::uint32_t written = isOverSized() ? log_.ringSize() : log_.writeOffset();
-  if (again_) return static_cast<std::uint32_t>(written - std::min<std::uint64_t>(shown_, written));
+  if (firstRepeated_) return static_cast<std::uint32_t>(written - std::min<std::uint64_t>(bytesShown_, written));
   if (!isOverSized()) return stoppedAt();
-  return stepped_ >= log_.ringSize() ? 0 : distance(log_.writeOffset(), stoppedAt());
+  return bytesStepped_ >= log_.ringSize() ? 0 : distance(log_.writeOffset(), stoppedAt());
 }
 
 std::string Walk::problem() const {

@@ -40,11 +40,11 @@ class Walk {
   const zarn::desc::Log& log_;
   zarn::desc::EntryWalk walk_;
   std::uint32_t count_ = 0;
-  std::uint64_t stepped_ = 0;               // bytes stepped over, from the write offset backwards
-  std::uint64_t shown_ = 0;                 // bytes of these that were shown, each counted once
-  std::uint32_t longest_ = 0;               // bytes of the longest entry
-  std::optional<std::uint32_t> misplaced_;  // the first entry found through a position below zero
-  std::optional<std::uint32_t> again_;      // the first entry that covers bytes already shown
+  std::uint64_t bytesStepped_ = 0;              // bytes stepped over, from the write offset backwards
+  std::uint64_t bytesShown_ = 0;                // bytes of these that were shown, each counted once
+  std::uint32_t longest_ = 0;                   // bytes of the longest entry
+  std::optional<std::uint32_t> misplaced_;      // the first entry found through a position below zero
+  std::optional<std::uint32_t> firstRepeated_;  // the first entry that covers bytes already shown
 };
 
 }  // namespace tool

@@ -32,7 +32,7 @@ inline constexpr std::size_t kMaxOfNumber = 50 + kPadStep;
 // Writes spaces, prefix, zeros, the `digits` characters of `writeDigits`, and spaces. Returns the end.
 template <typename WriteDigits>
 [[gnu::always_inline]] inline char* writeField(char* at, const Conversion& conversion, std::size_t width,
-                                               std::size_t leastDigits, const Prefix& prefix, std::size_t digits,
+                                               std::size_t minDigits, const Prefix& prefix, std::size_t digits,
                                                WriteDigits writeDigits) {
   const std::size_t least = prefix.size + digits;
   std::size_t zeros = 0;
@@ -40,7 +40,7 @@ template <typename WriteDigits>
   if (conversion.isZeroPadded) {
     if (width > least) zeros = width - least;
   } else {
-    if (leastDigits > digits) zeros = leastDigits - digits;
+    if (minDigits > digits) zeros = minDigits - digits;
     if (width > least + zeros) spaces = width - least - zeros;
   }
   if (spaces != 0 && !conversion.isLeft) at = pad(at, ' ', spaces);

@@ -47,7 +47,7 @@ char* writeInAnyLocale(char* at, const Conversion& conversion, float value) {
 
 // The most digits that the precision can add. It adds none to infinities and NaNs, and %g without '#' drops trailing
 // zeros, so that no more remain than a float has.
-int mostDigits(const Conversion& conversion, bool isFinite) {
+int maxDigits(const Conversion& conversion, bool isFinite) {
   constexpr int kMaxDigitsOfFloat = 112;  // those of the largest number below 2^-126
   if (!isFinite) return 0;
   const bool isGeneral = conversion.type == 'g' || conversion.type == 'G';
@@ -57,8 +57,8 @@ int mostDigits(const Conversion& conversion, bool isFinite) {
 
 }  // namespace
 
-std::size_t mostCharactersByFmt(const Conversion& conversion, bool isFinite) {
-  const int digits = std::max(mostDigits(conversion, isFinite), 0);
+std::size_t maxCharactersByFmt(const Conversion& conversion, bool isFinite) {
+  const int digits = std::max(maxDigits(conversion, isFinite), 0);
   return kMaxByFmt + static_cast<std::size_t>(conversion.width) + static_cast<std::size_t>(digits);
 }
 

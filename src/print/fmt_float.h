@@ -12,7 +12,7 @@ namespace zarn::print {
 inline constexpr std::size_t kMaxByFmt = 64;
 
 // The room that writeByFmt() needs.
-std::size_t mostCharactersByFmt(const Conversion& conversion, bool isFinite);
+std::size_t maxCharactersByFmt(const Conversion& conversion, bool isFinite);
 
 char* writeByFmt(char* at, const Conversion& conversion, float value);
 

@@ -16,7 +16,7 @@ class LineWriter {
 
   // `format` is NUL-terminated and must outlive this object. `lines` lines will be appended.
   LineWriter(Text& out, const char* format, bool isFloat, std::uint32_t lines)
-      : out_(out), values_(format, isFloat), maxLine_(kMaxLabel + values_.mostCharacters() + 1) {
+      : out_(out), values_(format, isFloat), maxLine_(kMaxLabel + values_.maxCharacters() + 1) {
     out_.expectLines(lines);
   }
 

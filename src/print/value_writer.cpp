@@ -26,9 +26,9 @@ bool isSilent(const Conversion& conversion, std::uint32_t word) { return convers
 static_assert(kMaxOfNumber >= kMaxByFmt);
 
 // The room that a value needs; `count` is the value of '*'.
-std::size_t mostCharactersOf(const Conversion& conversion, std::uint32_t count, bool isFinite) {
+std::size_t maxCharactersOf(const Conversion& conversion, std::uint32_t count, bool isFinite) {
   if (conversion.kind == Kind::kNone) return 0;
-  if (conversion.kind == Kind::kByFmt) return mostCharactersByFmt(conversion, isFinite);
+  if (conversion.kind == Kind::kByFmt) return maxCharactersByFmt(conversion, isFinite);
   const std::size_t width = widthOf(conversion, count);
   return kMaxOfNumber + std::max(width, precisionOf(conversion, count));
 }
@@ -38,9 +38,9 @@ std::size_t mostCharactersOf(const Conversion& conversion, std::uint32_t count, 
 ValueWriter::ValueWriter(const char* format, bool isFloat)
     : parser_({format, std::strlen(format)}, isFloat), hasMore_(parser_.parse(pieces_)) {
   for (const auto& [text, conversion] : pieces_) {
-    mostCharacters_ += text.size() + mostCharactersOf(conversion, INT_MAX, true);
+    maxCharacters_ += text.size() + maxCharactersOf(conversion, INT_MAX, true);
   }
-  if (hasMore_) mostCharacters_ = SIZE_MAX / 2;  // unknown: more than there ever is room for
+  if (hasMore_) maxCharacters_ = SIZE_MAX / 2;  // unknown: more than there ever is room for
 }
 
 char* ValueWriter::writeOther(char* at, const Conversion& conversion, std::uint32_t word) {
@@ -66,7 +66,7 @@ void ValueWriter::appendPieces(Text& out, const Pieces& pieces, std::uint32_t wo
   for (const auto& [text, conversion] : pieces) {
     out.append(text);
     if (isSilent(conversion, word)) continue;
-    out.append(mostCharactersOf(conversion, word, isFinite(word)),
+    out.append(maxCharactersOf(conversion, word, isFinite(word)),
                [&to = conversion, word](char* at) { return writeOther(at, to, word); });
   }
 }

@@ -17,9 +17,9 @@ class ValueWriter {
   ValueWriter(const char* format, bool isFloat);
 
   // Enough room for any value.
-  std::size_t mostCharacters() const { return mostCharacters_; }
+  std::size_t maxCharacters() const { return maxCharacters_; }
 
-  // Writes the text of `word`, which needs room for mostCharacters(), and returns its end. Inline, because a call for
+  // Writes the text of `word`, which needs room for maxCharacters(), and returns its end. Inline, because a call for
   // each line took 2 to 9 % of the total (GCC 12, x86).
   [[gnu::always_inline]] char* write(char* at, std::uint32_t word) const {
     for (const auto& [text, conversion] : pieces_) {
@@ -43,7 +43,7 @@ class ValueWriter {
   Pieces pieces_;        // the first pieces, nearly always all
   FormatParser parser_;  // for the remaining pieces
   bool hasMore_;
-  std::size_t mostCharacters_ = 0;
+  std::size_t maxCharacters_ = 0;
 };
 
 }  // namespace zarn::print
