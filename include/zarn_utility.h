@@ -9,7 +9,7 @@
  *   Threads      Any number of threads may call any function at once, even on the same input.
  *   Changes      If an input changes during a call, the result mixes old and new contents. Copy it for a consistent
  *                result.
- *   Alignment    Inputs need none.
+ *   Alignment    Inputs need no alignment.
  *   Null         Pointers must not be null unless documented otherwise.
  *   Ownership    The caller owns what a db_get_* function returns, and releases it with the db_free_* function named in
  *                its description. Inputs are only read.
@@ -18,8 +18,8 @@
  *   Allocation   A failed allocation ends the process, even where operator new throws. Input determines how much is
  *                allocated: decode untrusted input in a child process with a memory limit.
  *   Locale       has no effect.
- *   Trust        Any contents are safe, provided that sizes are right and the string table has a NUL at or after the
- *                format offset throughout the call.
+ *   Trust        Any contents are safe, provided that the sizes are right and the string table has a NUL at or after
+ *                the format offset throughout the call.
  */
 #ifndef ZARN_UTILITY_H
 #define ZARN_UTILITY_H

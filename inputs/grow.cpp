@@ -162,11 +162,11 @@ std::string growLog(std::string_view bytes) {
   std::vector<Newest> planted;
   while (!seed.isEmpty()) {
     const std::uint8_t instruction = seed.byte();
-    const auto tag = kTags[instruction % 6];
+    const auto tag = kTags[instruction % kTagCount];
     if (instruction < 0x50) {
       const std::size_t units = instruction / 6 % 5;
       writer.header(units);
-      writer.skip(units * (instruction % 6 < 2 ? 64 : 128));
+      writer.skip(units * (tag == "ED" || tag == "GL" ? 64 : 128));
       writer.record(random(), tag);
     } else if (instruction < 0xA0) {
       for (int i = instruction / 6 % 4; i >= 0 && records > 0; --i, --records) writer.record(random(), tag);
@@ -178,7 +178,7 @@ std::string growLog(std::string_view bytes) {
     } else if (instruction < 0xD0) {
       const std::uint8_t choice = seed.byte();
       const auto start = choice < 0xC0 ? writer.start() : seed.word(2);
-      planted.push_back({instruction % 16U, static_cast<std::uint32_t>(start), kTags[choice % 6]});
+      planted.push_back({instruction % 16U, static_cast<std::uint32_t>(start), kTags[choice % kTagCount]});
     } else if (instruction < 0xF0) {
       const std::size_t at = seed.word(2) % size;
       damages.emplace_back(at, seed.byte());

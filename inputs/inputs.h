@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -63,6 +64,7 @@ inline std::string headerBytes(std::uint64_t units) {
 }
 
 constexpr std::string_view kTags[] = {"ED", "GL", "RB", "NP", "EL", "RL"};
+constexpr std::size_t kTagCount = std::size(kTags);
 
 inline std::string recordBytes(std::uint64_t pc, std::uint64_t start, std::string_view tag) {
   std::string bytes;

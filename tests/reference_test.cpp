@@ -68,10 +68,10 @@ TEST(Reference, LogsBetweenGuardPages) {
         putTrailer(log, writeOffset, writeOffset);
         if (size > 64) {
           if (start < size) log.replace(start, 4, headerBytes(random() % 3), 0, size - start);
-          putNewest(log, writeOffset, start, kTags[tag++ % 6], static_cast<std::uint32_t>(random()));
+          putNewest(log, writeOffset, start, kTags[tag++ % kTagCount], static_cast<std::uint32_t>(random()));
         }
         using enum GuardedBytes::Guard;
-        const GuardedBytes guarded(log, tag / 6 % 2 == 0 ? kBehind : kInFront);
+        const GuardedBytes guarded(log, tag / kTagCount % 2 == 0 ? kBehind : kInFront);
         const auto name = std::to_string(size) + ' ' + std::to_string(start) + ' ' + std::to_string(writeOffset);
         const AtWork work(name);
         ASSERT_EQ(compareLog(guarded.data(), size), "") << name;

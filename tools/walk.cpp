@@ -102,7 +102,7 @@ std::string Walk::reason() const {
   auto reason = reasonOf(log_, walk_.stop(), walk_.writeOffset());
   if (misplaced_) reason += "; entry " + std::to_string(*misplaced_) + " was" + misplacedNote(log_);
   if (firstRepeated_) {
-    reason += "; from entry " + std::to_string(*firstRepeated_) + " on the walk comes over the same bytes again";
+    reason += "; from entry " + std::to_string(*firstRepeated_) + " on, the walk repeats the same bytes";
   }
   return reason;
 }
