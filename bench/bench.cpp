@@ -283,10 +283,10 @@ void compareLogs() {
 
 void compareAll() {
   const auto compareThreads = [](double target, std::uint32_t dataType, const char* format) {
-    compare(target, "64 threads, " + std::string(format), print(0, dataType, 64, format));
+    compare(target, format, print(0, dataType, 64, format));
   };
   for (const char* format : {"%u", "count = %d items", "i=%i", "[%x]"}) compareThreads(kPlainIntegers, 2, format);
-  compare(kPlainIntegers, "64 threads, 64-bit %x", print(0, 3, 64, "%x"));
+  compare(kPlainIntegers, "64-bit %x", print(0, 3, 64, "%x"));
   compare(kPlainIntegers, "all threads and pads, %d", print(6, 0, 64, "%d"));
   for (const char* format :
        {"%08x", "0x%08x", "%5d %-8u %+d", "%X %#x %02x", "%o", "%c", "%u (0x%x)", "%d%%", "tick", "%hhu %lu"}) {
@@ -294,10 +294,10 @@ void compareAll() {
   }
   for (const char* format : {"%f", "%.2f", "%8.3f"}) compareThreads(kFixedFloats, 5, format);
   for (const char* format : {"%e", "%g", "%.9g", "%e %g"}) compareThreads(kOtherFloats, 5, format);
-  compare(kOtherFloats, "64 threads, %g of 1.5 and 0.25", print(0, 5, 64, "%g", {1.5F, 0.25F}));
-  compare(kOtherFloats, "64 threads, %f of 1e30", print(0, 5, 64, "%f", {1e30F}));
+  compare(kOtherFloats, "%g of 1.5 and 0.25", print(0, 5, 64, "%g", {1.5F, 0.25F}));
+  compare(kOtherFloats, "%f of 1e30", print(0, 5, 64, "%f", {1e30F}));
   compareThreads(kFloatsByFmt, 5, "%.12g");
-  compare(kFloatsByFmt, "64 threads, %g of infinities and NaNs", print(0, 5, 64, "%g", {HUGE_VALF, NAN}));
+  compare(kFloatsByFmt, "%g of infinities and NaNs", print(0, 5, 64, "%g", {HUGE_VALF, NAN}));
   compare(kSingleValue, "single value, %u", print(2, 0, 64, "%u"));
 
   compareLogs();

@@ -193,8 +193,8 @@ ZARN_UTILITY_API void db_free_desc_buffer_info(DescBufInfo** info);
  * may be empty, and always is if R is below 76. Returns null, leaving *count unchanged, if buffer is null or size is
  * below 65.
  *
- * Cost: a damaged log can give R / 76 records of R / 8 + 1 PCs of 4 bytes, and descriptors of less than 2 * size bytes
- * in total.
+ * A damaged log can give R / 76 records of R / 8 + 1 PCs of 4 bytes, and descriptors of less than 2 * size bytes in
+ * total.
  */
 ZARN_UTILITY_API DescBufInfo** db_get_desc_buffer_info_array(const void* buffer, uint64_t size, uint32_t* count);
 
@@ -222,8 +222,8 @@ ZARN_UTILITY_API char* db_get_desc_string(const void* buffer, uint64_t size);
  *
  * Returns a text to release with db_free_desc_string(). It is empty, never null, if nothing can be decoded.
  *
- * Cost: as for db_get_desc_buffer_info_array(), with a line of up to 37 characters per PC (in rings of up to 64 KiB).
- * Besides the text, the call needs less than 2 * R bytes.
+ * Each PC takes a line of up to 37 characters in rings of up to 64 KiB. Besides the text, the call needs less than
+ * 2 * R bytes.
  */
 ZARN_UTILITY_API char* db_get_desc_string_array(const void* buffer, uint64_t size);
 
