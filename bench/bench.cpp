@@ -224,7 +224,7 @@ struct Table {
 Table comparisons = {
     "    workload                                               library, us plain, us  ratio target allocations"
     " text, GB/s"};
-Table growths = {"\n    operation                                                   1x, us        4x    16x"};
+Table growths = {"\n    times as much work                                          1x, us        4x    16x"};
 
 void compare(double target, const std::string& name, const Pair& ways) {
   if (!isWanted(name)) return;

@@ -1,8 +1,8 @@
 /*
  * zarn_utility.h - decodes dumps of Zarn compute processors
  *
- * For C99 and C++ on 64-bit targets. The library does no I/O and keeps no state. docs/formats.md (installed as
- * share/doc/zarn_utility/formats.md) describes the inputs and texts.
+ * For C99 and C++ on 64-bit targets. The library does no I/O and keeps no state. formats.md (in docs, installed in
+ * share/doc/zarn_utility) describes the inputs and texts.
  *
  * For all functions:
  *
@@ -52,9 +52,7 @@
 extern "C" {
 #endif
 
-/* ============================================================================================================== */
-/*                                               Print buffers                                                    */
-/* ============================================================================================================== */
+/* ============================================== Print buffers ================================================= */
 
 /* Smallest print buffer that is decoded, in bytes. */
 #define ZARN_PRINT_BUFFER_MIN_SIZE 620
@@ -119,9 +117,7 @@ ZARN_UTILITY_API char* db_get_printf_string(const void* buffer, size_t bufferSiz
 /* Releases a text, which may be null, and sets *text to null. */
 ZARN_UTILITY_API void db_free_printf_string(char** text);
 
-/* ============================================================================================================== */
-/*                                              Descriptor logs                                                   */
-/* ============================================================================================================== */
+/* ============================================= Descriptor logs ================================================ */
 
 /*
  * Below, R is the length of the log's ring: size - 64, computed in 32 bits.
@@ -135,8 +131,7 @@ ZARN_UTILITY_API void db_free_printf_string(char** text);
  *   - descSize is at most size - 76, or below 8 MiB if size is below 76;
  *   - without a descriptor header, descSize is 0 and pc is 0xFFFFFFFF.
  *
- * If R is not a power of two, as in a log of 64 KiB, entries at position 0 are misread even in an intact log (see
- * docs/formats.md).
+ * If R is not a power of two, as in a log of 64 KiB, entries at position 0 are misread even in an intact log.
  */
 
 /* A decoded log entry. */
@@ -230,9 +225,7 @@ ZARN_UTILITY_API char* db_get_desc_string_array(const void* buffer, uint64_t siz
 /* Releases a text, which may be null, and sets *text to null. */
 ZARN_UTILITY_API void db_free_desc_string(char** text);
 
-/* ============================================================================================================== */
-/*                                             Kernel binaries                                                    */
-/* ============================================================================================================== */
+/* ============================================= Kernel binaries ================================================ */
 
 /*
  * clc_bin_compute_checksum() - checksum of a kernel binary: XXH64 with seed 0
