@@ -15,8 +15,8 @@
  *                its description. Inputs are only read.
  *   Texts        are NUL-terminated, in arrays of exactly their length plus one.
  *   Failure      is reported only by the return value.
- *   Allocation   A failed allocation ends the process, even where operator new throws. Input determines how much is
- *                allocated: decode untrusted input in a child process with a memory limit.
+ *   Allocation   A failed allocation ends the process, even where operator new throws, and input determines how much
+ *                is allocated. Decode untrusted input in a child process.
  *   Locale       has no effect.
  *   Trust        Any contents are safe, provided that the sizes are right and the string table has a NUL at or after
  *                the format offset throughout the call.
@@ -73,7 +73,7 @@ typedef struct PrintBufInfo {
 } PrintBufInfo;
 
 /*
- * db_get_gid(), db_get_kid(), db_get_jid() - read the graph id, kernel id or instance id of a print buffer
+ * Reads the graph id, kernel id or instance id of a print buffer.
  *
  * buffer  the print buffer, not validated; may be null
  * size    its size in bytes; at least 16, 20 or 24
@@ -85,7 +85,7 @@ ZARN_UTILITY_API uint32_t db_get_kid(const void* buffer, size_t size);
 ZARN_UTILITY_API uint32_t db_get_jid(const void* buffer, size_t size);
 
 /*
- * db_get_print_buffer_info() - validate and decode a print buffer's header
+ * Validates and decodes a print buffer's header.
  *
  * buffer           the print buffer; may be null
  * bufferSize       its size in bytes
@@ -103,7 +103,7 @@ ZARN_UTILITY_API PrintBufInfo* db_get_print_buffer_info(const void* buffer, size
 ZARN_UTILITY_API void db_free_print_buffer_info(PrintBufInfo** info);
 
 /*
- * db_get_printf_string() - format a print buffer as text
+ * Formats a print buffer as text.
  *
  * buffer, bufferSize, stringTable, stringTableSize  as for db_get_print_buffer_info()
  *
@@ -141,24 +141,24 @@ typedef struct DescBufInfo {
   uint8_t isEdma;          /* the newest record's tag is "ED" */
   uint8_t isGlsu;          /* "GL" */
   uint8_t isRingBufferAte; /* "RB", "NP", "EL" or "RL" */
-  uint8_t hasRbNextPtr;    /* has next-pointer records */
-  uint8_t hasRbEnd;        /* has end records */
-  uint8_t hasRbRelease;    /* has release records */
+  uint8_t hasRbNextPtr;    /* there are next-pointer ("NP") records */
+  uint8_t hasRbEnd;        /* end ("EL") records */
+  uint8_t hasRbRelease;    /* release ("RL") records */
   uint32_t totalLogUsed;   /* the trailer's total of descriptor log bytes used */
   uint32_t pc;             /* of the newest record or, if that is a next-pointer, end or release record, of the one
                               before the entry's header */
   uint32_t descSize;       /* bytes in desc */
   uint8_t* desc;           /* the descriptor */
-  uint32_t rbNextPtrCount; /* elements of rbNextPtrPcs */
-  uint32_t* rbNextPtrPcs;  /* of the next-pointer records, oldest first */
-  uint32_t rbEndCount;     /* elements of rbEndPcs */
-  uint32_t* rbEndPcs;      /* of the end records, oldest first */
-  uint32_t rbReleaseCount; /* elements of rbReleasePcs */
-  uint32_t* rbReleasePcs;  /* of the release records, oldest first */
+  uint32_t rbNextPtrCount; /* elements in the array below, as in each pair */
+  uint32_t* rbNextPtrPcs;  /* PCs, oldest first */
+  uint32_t rbEndCount;
+  uint32_t* rbEndPcs;
+  uint32_t rbReleaseCount;
+  uint32_t* rbReleasePcs;
 } DescBufInfo;
 
 /*
- * db_get_desc_buffer_info() - decode the newest entry of a descriptor log
+ * Decodes the newest entry of a descriptor log.
  *
  * buffer  the log; may be null
  * size    its size in bytes
@@ -178,7 +178,7 @@ ZARN_UTILITY_API DescBufInfo* db_get_desc_buffer_info(const void* buffer, uint64
 ZARN_UTILITY_API void db_free_desc_buffer_info(DescBufInfo** info);
 
 /*
- * db_get_desc_buffer_info_array() - decode a descriptor log's entries from the newest backwards
+ * Decodes a descriptor log's entries from the newest backwards.
  *
  * buffer, size  as for db_get_desc_buffer_info()
  * count         receives the number of records; written several times during the call
@@ -194,7 +194,7 @@ ZARN_UTILITY_API void db_free_desc_buffer_info(DescBufInfo** info);
 ZARN_UTILITY_API DescBufInfo** db_get_desc_buffer_info_array(const void* buffer, uint64_t size, uint32_t* count);
 
 /*
- * db_free_desc_buffer_info_array() - release an array of records; the caller's pointer is unchanged
+ * Releases an array of records; the caller's pointer is unchanged.
  *
  * array  what db_get_desc_buffer_info_array() returned; may be null if count is below 1
  * count  the count it reported; any other releases too little or too much
@@ -202,7 +202,7 @@ ZARN_UTILITY_API DescBufInfo** db_get_desc_buffer_info_array(const void* buffer,
 ZARN_UTILITY_API void db_free_desc_buffer_info_array(DescBufInfo** array, int32_t count);
 
 /*
- * db_get_desc_string() - report on the newest entry of a descriptor log
+ * Reports on the newest entry of a descriptor log.
  *
  * buffer, size  as for db_get_desc_buffer_info()
  *
@@ -211,7 +211,7 @@ ZARN_UTILITY_API void db_free_desc_buffer_info_array(DescBufInfo** array, int32_
 ZARN_UTILITY_API char* db_get_desc_string(const void* buffer, uint64_t size);
 
 /*
- * db_get_desc_string_array() - report on all entries of a descriptor log, newest first
+ * Reports on all entries of a descriptor log, newest first.
  *
  * buffer, size  as for db_get_desc_buffer_info_array()
  *
@@ -228,18 +228,18 @@ ZARN_UTILITY_API void db_free_desc_string(char** text);
 /* ============================================= Kernel binaries ================================================ */
 
 /*
- * clc_bin_compute_checksum() - checksum of a kernel binary: XXH64 with seed 0
+ * Computes the checksum of a kernel binary: XXH64 with seed 0.
  *
  * bytes   the binary; may be null if length is 0
  * length  its size in bytes
  * out     receives the checksum
  *
- * Returns the checksum. Cannot fail.
+ * Returns the checksum.
  */
 ZARN_UTILITY_API uint64_t clc_bin_compute_checksum(const void* bytes, uint64_t length, uint64_t* out);
 
 /*
- * clc_bin_has_edma_instr() - whether a kernel binary contains an eDMA instruction
+ * Tells whether a kernel binary contains an eDMA instruction.
  *
  * bytes   the binary; may be null if length is below 1
  * length  its size in bytes
