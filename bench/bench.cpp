@@ -1,5 +1,4 @@
-// Times every operation of the library against the plain implementation (the reference), and prints the figures as
-// Markdown.
+// Times every operation of the library against the plain implementation (the reference), and prints the figures.
 
 #include <benchmark/benchmark.h>
 #ifdef __GLIBC__

@@ -1,7 +1,6 @@
 #include "inputs.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -51,10 +50,6 @@ void showText(const Arguments& arguments, const std::string& name, std::string_v
 void writeObject(JsonWriter& json) {
   json.writeLine();
   setObjectWritten();
-}
-
-std::string counted(std::uint64_t number, const char* one, const char* several) {
-  return std::to_string(number) + " " + (number == 1 ? one : several);
 }
 
 std::string tooShort(const Bytes& bytes, const std::string& what, std::size_t needed) {

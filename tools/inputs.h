@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -28,9 +27,6 @@ void showText(const Arguments& arguments, const std::string& name, std::string_v
 
 // Writes the complete object of the current input.
 void writeObject(JsonWriter& json);
-
-// "1 byte" or "2 bytes".
-std::string counted(std::uint64_t number, const char* one, const char* several);
 
 std::string tooShort(const Bytes& bytes, const std::string& what, std::size_t needed);
 

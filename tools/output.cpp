@@ -121,6 +121,10 @@ void show(std::string_view heading, std::string_view text) {
 
 std::string escapedName(std::string_view name) { return name.empty() ? "''" : escaped(name, "", "\\"); }
 
+std::string counted(std::uint64_t number, const char* one, const char* several) {
+  return std::to_string(number) + " " + (number == 1 ? one : several);
+}
+
 void printError(std::string_view name, const std::string& problem) {
   const auto shown = escapedName(name);
   const std::string_view parts[] = {"zarn-utility: ", shown, ": ", problem, "\n"};

@@ -1,6 +1,7 @@
 // Standard output and standard error.
 #pragma once
 
+#include <cstdint>
 #include <initializer_list>
 #include <span>
 #include <string>
@@ -8,8 +9,8 @@
 
 namespace tool {
 
-// Writes the parts in order, in one system call, so that nothing gets in between when several processes append to one
-// file. After a failure nothing more is written.
+// Writes the parts, at most IOV_MAX of them, in one system call, so that nothing gets in between when several processes
+// append to one file. After a failure nothing more is written.
 void write(std::span<const std::string_view> parts);
 void write(std::initializer_list<std::string_view> parts);
 
@@ -21,6 +22,9 @@ void show(std::string_view heading, std::string_view text);
 
 // A name as shown in headings and messages: on one line, with control characters and backslashes escaped.
 std::string escapedName(std::string_view name);
+
+// "1 byte" or "2 bytes".
+std::string counted(std::uint64_t number, const char* one, const char* several);
 
 // Writes one line to standard error.
 void printError(std::string_view name, const std::string& problem);

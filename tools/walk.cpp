@@ -7,7 +7,7 @@
 
 #include "desc/entry.h"
 #include "desc/log.h"
-#include "inputs.h"
+#include "output.h"
 
 namespace tool {
 namespace {
